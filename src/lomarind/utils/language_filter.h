@@ -12,7 +12,7 @@ inline constexpr std::array<std::string_view, 30> SOURCE_LANGUAGES = {
     "c",      "cpp",     "csharp",  "go",      "java",    "javascript", "typescript", "kotlin",
     "scala",  "swift",   "ruby",    "php",     "python",  "rust",       "objective-c", "shell",
     "lua",    "perl",    "r",       "dart",    "elixir",  "erlang",     "haskell",    "ocaml",
-    "clojure", "zig",    "julia",   "fortran", "vue",     "svelte",     "",           ""};
+    "clojure", "zig",    "julia",   "fortran", "vue",     "svelte"};
 
 bool in_source_languages(std::string_view language);
 
