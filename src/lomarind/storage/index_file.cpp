@@ -141,8 +141,9 @@ void create_index_file(const std::filesystem::path& location, const std::filesys
   std::error_code error;
   std::filesystem::create_directories(location.parent_path(), error);
   if (error) throw IndexError(failure(path, "create", error.message()));
-  std::string temporary =
-      (location.parent_path() / ("." + location.filename().string() + ".new-XXXXXX")).string();
+  std::string temporary = location.parent_path() / ".";
+  temporary += location.filename().string();
+  temporary += ".new-XXXXXX";
   const int fd = ::mkstemp(temporary.data());
   if (fd < 0) throw IndexError(failure(path, "create", std::strerror(errno)));
   UnlinkGuard remove_temporary(temporary);

@@ -3,8 +3,10 @@
 #include <SQLiteCpp/Exception.h>
 #include <SQLiteCpp/Statement.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <mutex>
+#include <unordered_map>
 
 #include "lomarind/storage/index_file.h"
 
@@ -49,25 +51,67 @@ SELECT f.path, f.language, f.component
 FROM json_each(?1) AS j JOIN files AS f ON f.path = j.value
 )sql";
 
-// `first` orders paths by their first range; DISTINCT lists a symbol once
-// however many ranges of its path it overlaps.
+// One scan of a path's symbols serves all of its ranges, so a symbol is met
+// once per path. ?1 holds [path, first line, last line] of each path's
+// ranges, paths in the order of their first range; ?2 [path number, start,
+// end] of each range. Both are materialised so that their JSON is read once,
+// not once per symbol looked at.
 constexpr char kSymbolsOnLinesSql[] = R"sql(
-WITH ranges AS (
-  SELECT j.key AS seq, j.value ->> 0 AS path, j.value ->> 1 AS lo, j.value ->> 2 AS hi
+WITH paths AS MATERIALIZED (
+  SELECT j.key AS seq, j.value ->> 0 AS path, j.value ->> 1 AS first, j.value ->> 2 AS last
   FROM json_each(?1) AS j),
-first AS (SELECT path, MIN(seq) AS seq FROM ranges GROUP BY path),
+spans AS MATERIALIZED (
+  SELECT j.value ->> 0 AS seq, j.value ->> 1 AS lo, j.value ->> 2 AS hi FROM json_each(?2) AS j),
 hits AS (
-  SELECT DISTINCT s.path, s.name, s.kind, s.fqn, s.start_line, s.end_line
-  FROM ranges AS r JOIN symbols AS s
-    ON s.path = r.path AND s.start_line <= r.hi AND s.end_line >= r.lo
-  WHERE s.kind IN (SELECT value FROM json_each(?2))),
+  SELECT p.seq, s.path, s.name, s.kind, s.fqn, s.start_line, s.end_line
+  FROM paths AS p JOIN symbols AS s ON s.path = p.path AND s.start_line <= p.last
+  WHERE s.end_line >= p.first AND s.kind IN (SELECT value FROM json_each(?3))
+    AND EXISTS (SELECT 1 FROM spans AS r
+                WHERE r.seq = p.seq AND r.lo <= s.end_line AND r.hi >= s.start_line)),
 ranked AS (
-  SELECT h.*, f.seq, ROW_NUMBER() OVER (
-    PARTITION BY h.path ORDER BY h.start_line, h.end_line DESC, h.name, h.kind, h.fqn) AS n
-  FROM hits AS h JOIN first AS f ON f.path = h.path)
-SELECT path, name, kind, fqn, start_line, end_line FROM ranked WHERE n <= ?3
-ORDER BY seq, start_line, end_line DESC, name, kind, fqn
+  SELECT *, ROW_NUMBER() OVER (
+    PARTITION BY seq ORDER BY start_line, end_line DESC, name, kind, fqn) AS n
+  FROM hits)
+SELECT path, name, kind, fqn, start_line, end_line FROM ranked WHERE n <= ?4 ORDER BY seq, n
 )sql";
+
+struct RangeInput {
+  std::string paths;  // ?1
+  std::string spans;  // ?2
+};
+
+RangeInput range_input(const std::vector<LineRange>& ranges) {
+  struct PathLines {
+    std::string_view path;
+    std::int64_t first = 0;
+    std::int64_t last = 0;
+  };
+  std::unordered_map<std::string_view, std::size_t> seq_of;
+  std::vector<PathLines> paths;
+  RangeInput input{"[", "["};
+  for (const LineRange& range : ranges) {
+    const auto [it, added] = seq_of.try_emplace(range.path, paths.size());
+    if (added) {
+      paths.push_back({range.path, range.start_line, range.end_line});
+    } else {
+      PathLines& lines = paths[it->second];
+      lines.first = std::min(lines.first, range.start_line);
+      lines.last = std::max(lines.last, range.end_line);
+    }
+    if (input.spans.size() > 1) input.spans += ',';
+    input.spans += '[' + std::to_string(it->second) + ',' + std::to_string(range.start_line) + ',' +
+                   std::to_string(range.end_line) + ']';
+  }
+  for (const PathLines& lines : paths) {
+    if (input.paths.size() > 1) input.paths += ',';
+    input.paths += '[';
+    append_json_string(input.paths, lines.path);
+    input.paths += ',' + std::to_string(lines.first) + ',' + std::to_string(lines.last) + ']';
+  }
+  input.paths += ']';
+  input.spans += ']';
+  return input;
+}
 
 std::optional<std::string> optional_text(const SQLite::Column& column) {
   if (column.isNull()) return std::nullopt;
@@ -117,18 +161,15 @@ std::vector<SymbolOnLines> SqliteIndex::symbols_on_lines(const IndexDb& db,
   std::vector<SymbolOnLines> symbols;
   if (db.empty() || ranges.empty() || kinds.empty() || per_file <= 0) return symbols;
   const IndexDb::Impl& impl = *db.impl();
-  const std::string range_input = json_array(ranges, [](std::string& out, const LineRange& r) {
-    out += '[';
-    append_json_string(out, r.path);
-    out += ',' + std::to_string(r.start_line) + ',' + std::to_string(r.end_line) + ']';
-  });
+  const RangeInput input = range_input(ranges);
   const std::string kind_input = json_array(kinds, append_json_string);
   const std::lock_guard lock(impl.mutex);
   try {
     SQLite::Statement query(impl.db, kSymbolsOnLinesSql);
-    query.bind(1, range_input);
-    query.bind(2, kind_input);
-    query.bind(3, per_file);
+    query.bind(1, input.paths);
+    query.bind(2, input.spans);
+    query.bind(3, kind_input);
+    query.bind(4, per_file);
     while (query.executeStep()) {
       symbols.push_back(SymbolOnLines{.path = query.getColumn(0).getString(),
                                       .name = query.getColumn(1).getString(),
