@@ -16,6 +16,16 @@ void bind_optional(SQLite::Statement& statement, int index,
   }
 }
 
+std::optional<std::string> optional_text(const SQLite::Column& column) {
+  if (column.isNull()) return std::nullopt;
+  return column.getString();
+}
+
+std::string prefix_end(std::string prefix) {
+  prefix.back() = static_cast<char>(prefix.back() + 1);
+  return prefix;
+}
+
 }  // namespace
 IndexWriter::IndexWriter(const std::filesystem::path& path, int busy_timeout_ms)
     : path_(path),
@@ -25,7 +35,8 @@ IndexWriter::IndexWriter(const std::filesystem::path& path, int busy_timeout_ms)
       insert_file_(db_, "INSERT INTO files (path, language, component) VALUES (?, ?, ?)"),
       insert_symbol_(db_,
                      "INSERT INTO symbols (path, name, kind, fqn, start_line, end_line) "
-                     "VALUES (?, ?, ?, ?, ?, ?)") {
+                     "VALUES (?, ?, ?, ?, ?, ?)"),
+      update_facts_(db_, "UPDATE files SET language = ?, component = ? WHERE path = ?") {
   guarded([this] { db_.exec("BEGIN IMMEDIATE"); });
   open_ = true;
 }
@@ -67,6 +78,79 @@ void IndexWriter::set_meta(const std::string& key, const std::string& value) {
     statement.bind(2, value);
     statement.exec();
   });
+}
+
+void IndexWriter::erase_meta(const std::string& key) {
+  guarded([&] {
+    SQLite::Statement statement(db_, "DELETE FROM meta WHERE key = ?");
+    statement.bind(1, key);
+    statement.exec();
+  });
+}
+
+// Keys `prefix` + path sort between the prefix and the prefix with its last
+// byte raised by one, whatever bytes the paths hold.
+std::vector<std::string> IndexWriter::meta_paths(const std::string& prefix) const {
+  std::vector<std::string> paths;
+  guarded([&] {
+    SQLite::Statement query(db_, "SELECT key FROM meta WHERE key > ? AND key < ? ORDER BY key");
+    query.bind(1, prefix);
+    query.bind(2, prefix_end(prefix));
+    while (query.executeStep())
+      paths.push_back(query.getColumn(0).getString().substr(prefix.size()));
+  });
+  return paths;
+}
+
+void IndexWriter::set_meta_paths(const std::string& prefix, const std::vector<std::string>& paths) {
+  guarded([&] {
+    SQLite::Statement clear(db_, "DELETE FROM meta WHERE key > ? AND key < ?");
+    clear.bind(1, prefix);
+    clear.bind(2, prefix_end(prefix));
+    clear.exec();
+    SQLite::Statement insert(db_, "INSERT OR REPLACE INTO meta (key, value) VALUES (?, NULL)");
+    for (const std::string& path : paths) {
+      insert.reset();
+      insert.bind(1, prefix + path);
+      insert.exec();
+    }
+  });
+}
+
+IndexedPaths IndexWriter::stored_files() const {
+  IndexedPaths files;
+  guarded([&] {
+    SQLite::Statement query(db_, "SELECT path, language, component FROM files");
+    while (query.executeStep()) {
+      files.emplace(query.getColumn(0).getString(), IndexedPath{optional_text(query.getColumn(1)),
+                                                                optional_text(query.getColumn(2))});
+    }
+  });
+  return files;
+}
+
+void IndexWriter::set_facts(const IndexedFile& file) {
+  guarded([&] {
+    update_facts_.reset();
+    bind_optional(update_facts_, 1, file.language);
+    bind_optional(update_facts_, 2, file.component);
+    update_facts_.bind(3, file.path);
+    update_facts_.exec();
+  });
+}
+
+IndexWriter::Totals IndexWriter::totals() const {
+  Totals totals;
+  guarded([&] {
+    SQLite::Statement query(db_,
+                            "SELECT (SELECT COUNT(*) FROM files), (SELECT COUNT(*) FROM symbols), "
+                            "(SELECT COUNT(DISTINCT language) FROM files)");
+    query.executeStep();
+    totals.files = static_cast<std::size_t>(query.getColumn(0).getInt64());
+    totals.symbols = static_cast<std::size_t>(query.getColumn(1).getInt64());
+    totals.languages = static_cast<std::size_t>(query.getColumn(2).getInt64());
+  });
+  return totals;
 }
 
 void IndexWriter::clear() {

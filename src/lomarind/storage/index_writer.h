@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "lomarind/storage/index_file.h"
+#include "lomarind/storage/repository_changes.h"
 
 namespace lomarind::repository_changes {
 
@@ -48,6 +49,13 @@ class IndexWriter {
 
   std::optional<std::string> meta(const std::string& key) const;
   void set_meta(const std::string& key, const std::string& value);
+  void erase_meta(const std::string& key);
+  // A set of paths kept in meta under keys `prefix` + path.
+  std::vector<std::string> meta_paths(const std::string& prefix) const;
+  void set_meta_paths(const std::string& prefix, const std::vector<std::string>& paths);
+
+  // Every file the index holds, with its facts.
+  IndexedPaths stored_files() const;
 
   // Drops every file and symbol.
   void clear();
@@ -55,6 +63,15 @@ class IndexWriter {
   void remove_file(const std::string& path);
   // Stores a file and its symbols in place of what the index held for it.
   void put_file(const IndexedFile& file);
+  // Changes a stored file's language and component, keeping its symbols.
+  void set_facts(const IndexedFile& file);
+
+  struct Totals {
+    std::size_t files = 0;
+    std::size_t symbols = 0;
+    std::size_t languages = 0;
+  };
+  Totals totals() const;
 
   void commit();
 
@@ -69,6 +86,7 @@ class IndexWriter {
   SQLite::Statement delete_symbols_;
   SQLite::Statement insert_file_;
   SQLite::Statement insert_symbol_;
+  SQLite::Statement update_facts_;
   bool open_ = false;  // a transaction is in progress
 };
 
