@@ -204,8 +204,13 @@ class Pump {
  public:
   Pump(UniqueFd in, std::string_view input, UniqueFd out, UniqueFd err, const OutputSink& sink,
        Result& result)
-      : in_(std::move(in)), input_(input), out_(std::move(out)), err_(std::move(err)),
-        sink_(sink), result_(result), buffer_(kReadChunk, '\0') {}
+      : in_(std::move(in)),
+        input_(input),
+        out_(std::move(out)),
+        err_(std::move(err)),
+        sink_(sink),
+        result_(result),
+        buffer_(kReadChunk, '\0') {}
 
   void run() {
     while (out_.valid() || err_.valid()) {
