@@ -92,6 +92,11 @@ TEST_F(GitCliTest, GitFailuresCarryGitsMessage) {
   EXPECT_THROW(git_.log_commit_changes(repo_.root(), at(0), "nope", 10), GitError);
 }
 
+TEST_F(GitCliTest, PeriodsAreMeasuredFromTheClock) {
+  EXPECT_EQ(git_.parse_time_spec("1 day"), kNow - std::chrono::days(1));
+  EXPECT_THROW(git_.parse_time_spec("soon"), std::invalid_argument);
+}
+
 // main:    base(1000) -- main moves(2500)
 // feature:      \-- feature 1(2000) -- feature 2(3000)
 class BranchDiffTest : public GitCliTest {
