@@ -12,14 +12,10 @@ namespace lomarind::testing {
 
 class IsolatedGit {
  public:
-  // `extra_env` ("NAME=value") is added to the starting environment, as if
-  // inherited from a parent process.
-  explicit IsolatedGit(std::vector<std::string> extra_env = {}) {
+  IsolatedGit() {
     const char* path = std::getenv("PATH");
-    std::vector<std::string> env = {"PATH=" + std::string(path ? path : "/usr/bin:/bin"),
-                                    "HOME=" + home_.path().string()};
-    env.insert(env.end(), extra_env.begin(), extra_env.end());
-    runner_ = git_utils::GitRunner("git", std::move(env));
+    runner_ = git_utils::GitRunner("git", {"PATH=" + std::string(path ? path : "/usr/bin:/bin"),
+                                           "HOME=" + home_.path().string()});
   }
 
   const git_utils::GitRunner& runner() const { return runner_; }

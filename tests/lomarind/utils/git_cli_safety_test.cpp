@@ -3,7 +3,6 @@
 // run a program, write a file or read another repository.
 #include <gtest/gtest.h>
 #include <stdlib.h>
-#include <sys/stat.h>
 
 #include <fstream>
 #include <string>
@@ -83,32 +82,16 @@ class GitCliSafetyTest : public ::testing::Test {
 TEST_F(GitCliSafetyTest, HostileRepositoryConfigRunsNothingAndChangesNothing) {
   Answers expected = ask_everything(git_, repo_.root());
   std::string trap = tripwire();
-  for (const auto& [key, value] : std::vector<std::pair<std::string, std::string>>{
-           {"core.fsmonitor", trap},
-           {"diff.external", trap},
-           {"diff.evil.textconv", trap},
-           {"diff.evil.command", trap},
-           {"core.pager", trap},
-           {"pager.log", trap},
-           {"pager.diff", trap},
-           {"log.showSignature", "true"},
-           {"gpg.program", trap},
-           {"diff.noprefix", "true"},
-           {"diff.mnemonicPrefix", "true"},
-           {"color.ui", "always"},
-           {"color.diff", "always"},
-           {"diff.relative", "true"},
-           {"core.quotePath", "true"},
-           {"diff.renames", "false"},
-           {"diff.algorithm", "patience"},
-           {"diff.context", "9"},
-           {"diff.interHunkContext", "9"},
-           {"diff.renameLimit", "1"},
-           {"log.decorate", "full"},
-           {"format.pretty", "format:%s"},
-           {"core.hooksPath", scratch_.path().string()}}) {
-    repo_.git({"config", key, value});
-  }
+  std::ofstream(repo_.root() / ".git" / "config", std::ios::app)
+      << "[core]\n fsmonitor = " << trap << "\n pager = " << trap
+      << "\n quotePath = true\n hooksPath = " << scratch_.path().string()
+      << "\n[diff]\n external = " << trap
+      << "\n noprefix = true\n mnemonicPrefix = true\n relative = true\n renames = false"
+      << "\n algorithm = patience\n context = 9\n interHunkContext = 9\n renameLimit = 1"
+      << "\n[diff \"evil\"]\n textconv = " << trap << "\n command = " << trap
+      << "\n[pager]\n log = " << trap << "\n diff = " << trap
+      << "\n[log]\n showSignature = true\n decorate = full\n[gpg]\n program = " << trap
+      << "\n[color]\n ui = always\n diff = always\n[format]\n pretty = format:%s\n";
   repo_.write(".git/info/attributes", "* diff=evil\n");
   repo_.git({"log", "-p", "-1", "topic"});  // the traps are armed for plain git
   ASSERT_TRUE(something_ran());
@@ -118,35 +101,31 @@ TEST_F(GitCliSafetyTest, HostileRepositoryConfigRunsNothingAndChangesNothing) {
   EXPECT_FALSE(something_ran());
 }
 
+// The default runner starts from this process's environment, which a test
+// must not change; the death-test child is a process of its own.
 TEST_F(GitCliSafetyTest, InheritedGitVariablesDoNotRedirectOrConfigure) {
   TempGitRepo other;
   other.commit("other", 5000);
+  Answers expected = ask_everything(git_, repo_.root());
   std::string trap = tripwire();
-  IsolatedGit polluted({"GIT_DIR=" + (other.root() / ".git").string(),
-                        "GIT_WORK_TREE=" + other.root().string(), "GIT_CONFIG_COUNT=1",
-                        "GIT_CONFIG_KEY_0=diff.external", "GIT_CONFIG_VALUE_0=" + trap,
-                        "GIT_CONFIG_PARAMETERS='diff.noprefix'='true'", "GIT_EXTERNAL_DIFF=" + trap,
-                        "GIT_PAGER=" + trap, "LC_ALL=de_DE.UTF-8"});
-  GitCli git(polluted.runner(), [] { return kNow; });
-  EXPECT_EQ(ask_everything(git, repo_.root()), ask_everything(git_, repo_.root()));
-  EXPECT_FALSE(something_ran());
-}
-
-// The default runner starts from this process's environment, which a test
-// must not change; the death-test child is a process of its own.
-TEST_F(GitCliSafetyTest, ProcessEnvironmentGitDirDoesNotRedirect) {
-  TempGitRepo other;
-  other.commit("other", 5000);
-  std::optional<std::string> head = git_.resolve_commit(repo_.root(), "HEAD");
-  std::filesystem::path root = repo_.root();
-  std::string other_dir = (other.root() / ".git").string();
+  std::vector<std::pair<std::string, std::string>> inherited = {
+      {"GIT_DIR", (other.root() / ".git").string()},
+      {"GIT_WORK_TREE", other.root().string()},
+      {"GIT_CONFIG_PARAMETERS", "'diff.noprefix'='true'"},
+      {"GIT_EXTERNAL_DIFF", trap},
+      {"GIT_CONFIG_COUNT", "1"},
+      {"GIT_CONFIG_KEY_0", "core.pager"},
+      {"GIT_CONFIG_VALUE_0", trap},
+      {"HOME", scratch_.path().string()},
+      {"LC_ALL", "de_DE.UTF-8"}};
   EXPECT_EXIT(
       {
-        ::setenv("GIT_DIR", other_dir.c_str(), 1);
+        for (const auto& [name, value] : inherited) ::setenv(name.c_str(), value.c_str(), 1);
         GitCli inheriting(GitRunner(), [] { return kNow; });
-        std::exit(inheriting.resolve_commit(root, "HEAD") == head ? 0 : 1);
+        std::exit(ask_everything(inheriting, repo_.root()) == expected ? 0 : 1);
       },
       ::testing::ExitedWithCode(0), "");
+  EXPECT_FALSE(something_ran());
 }
 
 TEST_F(GitCliSafetyTest, OptionLikeNamesAndPathsAreOnlyNames) {

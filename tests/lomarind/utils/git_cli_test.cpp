@@ -65,14 +65,10 @@ TEST_F(GitCliTest, NamesThatDoNotResolveAreAbsent) {
   EXPECT_EQ(git_.resolve_commit(repo_.root(), "HEAD"), std::nullopt);  // no commit yet
   repo_.write("a.txt", "a\n");
   std::string head = repo_.commit("first", 1000);
-  TempDir scratch;
-  std::filesystem::path written = scratch.path() / "x";
-  for (const std::string& name : {"nope"s, "HEAD..HEAD"s, "HEAD@{99}"s, ""s, "HEAD:a.txt"s,
-                                  "--output=" + written.string(), "-h"s, "--all"s}) {
+  for (const char* name : {"nope", "HEAD..HEAD", "HEAD@{99}", "", "HEAD:a.txt", "-h", "--all"}) {
     SCOPED_TRACE(name);
     EXPECT_EQ(git_.resolve_commit(repo_.root(), name), std::nullopt);
   }
-  EXPECT_FALSE(std::filesystem::exists(written));
   EXPECT_EQ(git_.resolve_commit(repo_.root(), "HEAD"), head);
   EXPECT_EQ(git_.resolve_commit(repo_.root(), head.substr(0, 12)), head);
   EXPECT_EQ(git_.resolve_display_branch(repo_.root()), "main");
@@ -87,9 +83,6 @@ TEST_F(GitCliTest, GitFailuresCarryGitsMessage) {
     EXPECT_TRUE(std::string(e.what()).starts_with("fatal: not a git repository")) << e.what();
     EXPECT_EQ(e.exit_status(), 128);
   }
-  repo_.commit("first", 1000);
-  EXPECT_THROW(git_.diff_file_changes(repo_.root(), "main", "nope"), GitError);
-  EXPECT_THROW(git_.log_commit_changes(repo_.root(), at(0), "nope", 10), GitError);
 }
 
 TEST_F(GitCliTest, PeriodsAreMeasuredFromTheClock) {
@@ -218,12 +211,9 @@ TEST_F(GitCliTest, LongLogIsCutAtMaxCount) {
   constexpr int kCommits = 5100;
   std::string stream;
   for (int i = 1; i <= kCommits; ++i) {
-    std::string content = std::to_string(i) + "\n";
-    stream += "commit refs/heads/main\nmark :" + std::to_string(i) +
-              "\ncommitter T <t@example.com> " + std::to_string(100000 + i) + " +0000\ndata 0\n" +
-              (i > 1 ? "from :" + std::to_string(i - 1) + "\n" : "") +
-              "M 100644 inline n.txt\ndata " + std::to_string(content.size()) + "\n" + content +
-              "\n";
+    std::string n = std::to_string(100000 + i);  // six digits: "data 6"
+    stream += "commit refs/heads/main\ncommitter T <t@example.com> " + n +
+              " +0000\ndata 0\nM 100644 inline n.txt\ndata 6\n" + n + "\n";
   }
   repo_.git({"fast-import", "--quiet"}, stream);
   std::vector<CommitChanges> log = git_.log_commit_changes(repo_.root(), at(0), "main", 5000);
