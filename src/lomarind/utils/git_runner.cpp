@@ -12,6 +12,7 @@ namespace {
 
 // Each option shuts out a repository setting that could run a program
 // (fsmonitor, signature checks, a pager) or change the output we parse.
+// clang-format off
 constexpr const char* kSafetyOptions[] = {
     "--no-pager",
     "--literal-pathspecs",
@@ -24,6 +25,7 @@ constexpr const char* kSafetyOptions[] = {
     "-c", "diff.interHunkContext=0",
     "-c", "diff.indentHeuristic=true",
 };
+// clang-format on
 
 // No prompt may wait for a terminal, no optional lock may touch the
 // repository, no system config applies, and messages are untranslated.
@@ -93,11 +95,16 @@ GitResult GitRunner::run(const std::filesystem::path& repo_root,
 std::string GitRunner::run_checked(const std::filesystem::path& repo_root,
                                    const std::vector<std::string>& args) const {
   GitResult result = run(repo_root, args);
-  if (result.exit_status == 0) return std::move(result.out);
+  if (result.exit_status != 0) throw failure(repo_root, args, result);
+  return std::move(result.out);
+}
+
+GitError GitRunner::failure(const std::filesystem::path& repo_root,
+                            const std::vector<std::string>& args, const GitResult& result) const {
   std::string_view message = trim(result.err);
-  throw GitError(message.empty() ? "git exited with status " + std::to_string(result.exit_status)
-                                 : std::string(message),
-                 command_line(repo_root, args), result.exit_status);
+  return GitError(message.empty() ? "git exited with status " + std::to_string(result.exit_status)
+                                  : std::string(message),
+                  command_line(repo_root, args), result.exit_status);
 }
 
 }  // namespace lomarind::git_utils
