@@ -14,6 +14,11 @@
 
 namespace lomarind::testing {
 
+// A FileChange without spelling out every field.
+git_utils::FileChange change(std::string path, std::string status, std::int64_t additions = 0,
+                             std::int64_t deletions = 0,
+                             std::optional<std::string> old_path = std::nullopt);
+
 class FakeGitReader final : public git_utils::GitReader {
  public:
   // Every call must name this root; another one throws std::logic_error.
