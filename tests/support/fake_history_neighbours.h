@@ -2,14 +2,14 @@
 // test fixture that wires every fake into a GitHistory.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <cstdint>
 #include <filesystem>
 #include <set>
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include <gtest/gtest.h>
 
 #include "lomarind/utils/logging.h"
 #include "lomarind/workers/git_history/git_history.h"

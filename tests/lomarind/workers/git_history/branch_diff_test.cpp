@@ -17,11 +17,10 @@ class BranchDiffTest : public testing::GitHistoryTest {
     git_.commits = {{"main", "c1"}, {"feature", "c2"}, {"HEAD", "c1"}};
     git_.display_branch = "main";
     git_.commit_count = 4;
-    git_.diff_files = {change("docs/guide.md", "modified", 5, 5),
-                       change("src/app.py", "modified", 7, 3),
-                       change("tests/test_app.py", "modified", 20, 0),
-                       change("src/new.py", "added", 4, 0),
-                       change("src/b.py", "renamed", 1, 1, "src/a.py")};
+    git_.diff_files = {
+        change("docs/guide.md", "modified", 5, 5), change("src/app.py", "modified", 7, 3),
+        change("tests/test_app.py", "modified", 20, 0), change("src/new.py", "added", 4, 0),
+        change("src/b.py", "renamed", 1, 1, "src/a.py")};
     git_.line_spans = {{"src/app.py", {{10, 12, false}}}};
     index_.facts = {{"src/app.py", {"python", "app"}}, {"docs/guide.md", {"markdown", "docs"}}};
     index_.symbols = {{"src/app.py", "run", "function", "app.run", 9, 20},
@@ -31,9 +30,12 @@ class BranchDiffTest : public testing::GitHistoryTest {
   Json ask(std::optional<std::string> head, bool include_symbols, std::int64_t limit,
            std::int64_t offset, bool source_only) {
     return history_.branch_diff(repository_, root_,
-                                {.base_branch = "main", .head_branch = head,
-                                 .include_symbols = include_symbols, .limit = limit,
-                                 .offset = offset, .source_only = source_only});
+                                {.base_branch = "main",
+                                 .head_branch = head,
+                                 .include_symbols = include_symbols,
+                                 .limit = limit,
+                                 .offset = offset,
+                                 .source_only = source_only});
   }
 };
 

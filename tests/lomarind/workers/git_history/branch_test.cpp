@@ -1,9 +1,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "support/fake_git_reader.h"
-
 #include "lomarind/workers/git_history/git_history.h"
+#include "support/fake_git_reader.h"
 #include "support/fake_history_neighbours.h"
 
 namespace lomarind::git_history {
@@ -52,13 +51,14 @@ TEST_F(BranchChangesTest, NamesTheCallersHeadParameterAndTranslatesGitFailures) 
 
 TEST(ByLinesChangedTest, MostLinesFirstThenCodePointPathOrderStably) {
   const std::vector<FileChange> files = {
-      change("zero.py", "modified", 0, 0),   change("nine.py", "modified", 9, 0),
+      change("zero.py", "modified", 0, 0),     change("nine.py", "modified", 9, 0),
       change("\xc3\xa9.py", "modified", 2, 3), change("z.py", "modified", 5, 0),
-      change("ten.py", "modified", 7, 3),    change("a.py", "modified", 1, 4),
-      change("B.py", "modified", 4, 1),      change("a.py", "renamed", 0, 5, "old.py"),
+      change("ten.py", "modified", 7, 3),      change("a.py", "modified", 1, 4),
+      change("B.py", "modified", 4, 1),        change("a.py", "renamed", 0, 5, "old.py"),
   };
   std::vector<std::string> order;
-  for (const FileChange& file : by_lines_changed(files)) order.push_back(file.path + " " + file.status);
+  for (const FileChange& file : by_lines_changed(files))
+    order.push_back(file.path + " " + file.status);
   EXPECT_THAT(order, ElementsAre("ten.py modified", "nine.py modified", "B.py modified",
                                  "a.py modified", "a.py renamed", "z.py modified",
                                  "\xc3\xa9.py modified", "zero.py modified"));

@@ -19,13 +19,19 @@ class HotspotsTest : public testing::GitHistoryTest {
     git_.commits = {{"HEAD", "c9"}};
     git_.display_branch = "main";
     git_.log = {
-        {"c3", 1300, {change("a.py", "modified", 1, 1), change("gone.py", "deleted", 0, 5),
-                      change("tests/test_x.py", "modified", 2, 0)}},
-        {"c2", 1200, {change("a.py", "modified", 3, 0), change("b.py", "modified", 10, 0),
-                      change("README.md", "modified", 1, 0)}},
-        {"c1", 1100, {change("a.py", "modified", 1, 0), change("b.py", "added", 5, 0),
-                      change("c.py", "modified", 1, 0), change("gone.py", "modified", 1, 0),
-                      change("d.py", "modified", 0, 0)}},
+        {"c3",
+         1300,
+         {change("a.py", "modified", 1, 1), change("gone.py", "deleted", 0, 5),
+          change("tests/test_x.py", "modified", 2, 0)}},
+        {"c2",
+         1200,
+         {change("a.py", "modified", 3, 0), change("b.py", "modified", 10, 0),
+          change("README.md", "modified", 1, 0)}},
+        {"c1",
+         1100,
+         {change("a.py", "modified", 1, 0), change("b.py", "added", 5, 0),
+          change("c.py", "modified", 1, 0), change("gone.py", "modified", 1, 0),
+          change("d.py", "modified", 0, 0)}},
     };
     index_.facts = {{"a.py", {"python", "app"}},
                     {"b.py", {"python", std::nullopt}},
@@ -36,8 +42,12 @@ class HotspotsTest : public testing::GitHistoryTest {
 
   Json ask(std::string group_by, std::int64_t limit, std::int64_t offset, bool source_only) {
     return history_.hotspots(repository_, root_,
-                             {.since = "2 weeks", .branch = std::nullopt, .group_by = group_by,
-                              .limit = limit, .offset = offset, .source_only = source_only});
+                             {.since = "2 weeks",
+                              .branch = std::nullopt,
+                              .group_by = group_by,
+                              .limit = limit,
+                              .offset = offset,
+                              .source_only = source_only});
   }
 };
 
@@ -64,8 +74,12 @@ TEST_F(HotspotsTest, BadGroupByFailsBeforeThePeriodAndGit) {
   for (const auto& [value, quoted] : cases) {
     EXPECT_EQ(testing::history_error_of([&] {
                 history_.hotspots(repository_, root_,
-                                  {.since = "soon", .branch = "nope", .group_by = value,
-                                   .limit = 1, .offset = 0, .source_only = false});
+                                  {.since = "soon",
+                                   .branch = "nope",
+                                   .group_by = value,
+                                   .limit = 1,
+                                   .offset = 0,
+                                   .source_only = false});
               }).what(),
               std::string("group_by must be 'file' or 'component'; got ") + quoted);
   }
@@ -76,8 +90,12 @@ TEST_F(HotspotsTest, BadGroupByFailsBeforeThePeriodAndGit) {
 TEST_F(HotspotsTest, BadPeriodFailsBeforeGit) {
   EXPECT_STREQ(testing::history_error_of([&] {
                  history_.hotspots(repository_, root_,
-                                   {.since = "soon", .branch = std::nullopt, .group_by = "file",
-                                    .limit = 1, .offset = 0, .source_only = false});
+                                   {.since = "soon",
+                                    .branch = std::nullopt,
+                                    .group_by = "file",
+                                    .limit = 1,
+                                    .offset = 0,
+                                    .source_only = false});
                }).what(),
                "Cannot read the period 'soon'");
   EXPECT_THAT(git_.calls, ElementsAre("parse_time_spec(soon)"));
@@ -85,7 +103,7 @@ TEST_F(HotspotsTest, BadPeriodFailsBeforeGit) {
 
 TEST(RiskScoreTest, RoundsTheExactQuotientHalfToEven) {
   const std::tuple<std::int64_t, std::int64_t, double> cases[] = {
-      {1, 8, 0.12}, {3, 8, 0.38}, {1, 40, 0.03}, {3, 40, 0.07}, {5, 8, 0.62},
+      {1, 8, 0.12}, {3, 8, 0.38}, {1, 40, 0.03}, {3, 40, 0.07},  {5, 8, 0.62},
       {8, 8, 1.0},  {2, 3, 0.67}, {1, 3, 0.33},  {1, 200, 0.01}, {1, 201, 0.0}};
   for (const auto& [commits, busiest, expected] : cases) {
     EXPECT_EQ(detail::risk_score(commits, busiest), expected) << commits << "/" << busiest;
@@ -109,9 +127,10 @@ TEST_F(FileHotspotsTest, FirstPageOfSourceFiles) {
 TEST_F(FileHotspotsTest, NoHistoryIsNoHotspotButAFailedGitIsAnError) {
   git_.commits.clear();
   EXPECT_THAT(ask_short(5), IsEmpty());
-  EXPECT_EQ(sink_.records.at(0),
-            (LogRecord{"lomarind.workers.git_history", LogLevel::kInfo, "No hotspots for %s: %s",
-                       {"/repo", "The repository has no commit yet"}}));
+  EXPECT_EQ(sink_.records.at(0), (LogRecord{"lomarind.workers.git_history",
+                                            LogLevel::kInfo,
+                                            "No hotspots for %s: %s",
+                                            {"/repo", "The repository has no commit yet"}}));
   git_.commits = {{"HEAD", "c9"}};
   git_.fail_on = "log_commit_changes";
   EXPECT_TRUE(testing::history_error_of([&] { ask_short(5); }).cause_is_git_error());

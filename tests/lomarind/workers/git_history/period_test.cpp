@@ -15,8 +15,8 @@ using testing::change;
 PathHistory history(std::string path, std::string origin, bool created, bool exists,
                     std::int64_t commits, std::int64_t additions, std::int64_t deletions,
                     std::int64_t last_changed) {
-  return {std::move(path), std::move(origin), created, exists, commits, additions, deletions,
-          last_changed};
+  return {std::move(path), std::move(origin), created,   exists,
+          commits,         additions,         deletions, last_changed};
 }
 
 TEST(HistoriesTest, FollowsFilesAcrossRenamesInMapOrder) {
@@ -25,37 +25,53 @@ TEST(HistoriesTest, FollowsFilesAcrossRenamesInMapOrder) {
     std::vector<CommitChanges> log;  // newest first
     std::vector<PathHistory> expected;
   } cases[] = {
-      {"three edits", {{"c3", 30, {change("a", "modified", 1, 0)}}, {"c2", 20, {change("a", "modified", 2, 1)}},
+      {"three edits",
+       {{"c3", 30, {change("a", "modified", 1, 0)}},
+        {"c2", 20, {change("a", "modified", 2, 1)}},
         {"c1", 10, {change("a", "modified", 3, 2)}}},
        {history("a", "a", false, true, 3, 6, 3, 30)}},
-      {"added then deleted", {{"c2", 20, {change("a", "deleted", 0, 4)}}, {"c1", 10, {change("a", "added", 4, 0)}}},
+      {"added then deleted",
+       {{"c2", 20, {change("a", "deleted", 0, 4)}}, {"c1", 10, {change("a", "added", 4, 0)}}},
        {history("a", "a", true, false, 2, 4, 4, 20)}},
-      {"deleted then re-added", {{"c2", 20, {change("a", "added", 1, 0)}}, {"c1", 10, {change("a", "deleted", 0, 4)}}},
+      {"deleted then re-added",
+       {{"c2", 20, {change("a", "added", 1, 0)}}, {"c1", 10, {change("a", "deleted", 0, 4)}}},
        {history("a", "a", false, true, 2, 1, 4, 20)}},
       {"edit, rename, edit",
-       {{"c3", 30, {change("B", "modified", 1, 0)}}, {"c2", 20, {change("B", "renamed", 0, 0, "A")}},
+       {{"c3", 30, {change("B", "modified", 1, 0)}},
+        {"c2", 20, {change("B", "renamed", 0, 0, "A")}},
         {"c1", 10, {change("A", "modified", 2, 0)}}},
        {history("B", "A", false, true, 3, 3, 0, 30)}},
-      {"rename chain", {{"c2", 20, {change("C", "renamed", 0, 0, "B")}}, {"c1", 10, {change("B", "renamed", 0, 0, "A")}}},
+      {"rename chain",
+       {{"c2", 20, {change("C", "renamed", 0, 0, "B")}},
+        {"c1", 10, {change("B", "renamed", 0, 0, "A")}}},
        {history("C", "A", false, true, 2, 0, 0, 20)}},
       {"rename goes to the end",
-       {{"c2", 20, {change("C", "renamed", 0, 0, "A")}}, {"c1", 10, {change("A", "modified", 1, 0), change("B", "modified", 1, 0)}}},
+       {{"c2", 20, {change("C", "renamed", 0, 0, "A")}},
+        {"c1", 10, {change("A", "modified", 1, 0), change("B", "modified", 1, 0)}}},
        {history("B", "B", false, true, 1, 1, 0, 10), history("C", "A", false, true, 2, 1, 0, 20)}},
       {"rename onto an existing record takes its place",
        {{"c2", 20, {change("B", "renamed", 0, 0, "A")}},
-        {"c1", 10, {change("B", "added", 9, 0), change("A", "modified", 1, 0), change("Z", "modified", 1, 0)}}},
+        {"c1",
+         10,
+         {change("B", "added", 9, 0), change("A", "modified", 1, 0),
+          change("Z", "modified", 1, 0)}}},
        {history("B", "A", false, true, 2, 1, 0, 20), history("Z", "Z", false, true, 1, 1, 0, 10)}},
       {"rename onto itself moves to the end",
-       {{"c2", 20, {change("A", "renamed", 0, 0, "A")}}, {"c1", 10, {change("A", "modified", 1, 0), change("B", "modified", 1, 0)}}},
+       {{"c2", 20, {change("A", "renamed", 0, 0, "A")}},
+        {"c1", 10, {change("A", "modified", 1, 0), change("B", "modified", 1, 0)}}},
        {history("B", "B", false, true, 1, 1, 0, 10), history("A", "A", false, true, 2, 1, 0, 20)}},
       {"copy starts a new record",
-       {{"c2", 20, {change("B", "copied", 3, 0, "A")}}, {"c1", 10, {change("A", "modified", 1, 0)}}},
+       {{"c2", 20, {change("B", "copied", 3, 0, "A")}},
+        {"c1", 10, {change("A", "modified", 1, 0)}}},
        {history("A", "A", false, true, 1, 1, 0, 10), history("B", "B", true, true, 1, 3, 0, 20)}},
-      {"renamed from an empty path", {{"c1", 10, {change("B", "renamed", 0, 0, "")}}},
+      {"renamed from an empty path",
+       {{"c1", 10, {change("B", "renamed", 0, 0, "")}}},
        {history("B", "B", false, true, 1, 0, 0, 10)}},
-      {"out-of-order timestamps", {{"c2", 10, {change("a", "modified", 1, 0)}}, {"c1", 50, {change("a", "modified", 1, 0)}}},
+      {"out-of-order timestamps",
+       {{"c2", 10, {change("a", "modified", 1, 0)}}, {"c1", 50, {change("a", "modified", 1, 0)}}},
        {history("a", "a", false, true, 2, 2, 0, 50)}},
-      {"same commit keeps its file order", {{"c1", 10, {change("z", "modified", 1, 0), change("a", "added", 1, 0)}}},
+      {"same commit keeps its file order",
+       {{"c1", 10, {change("z", "modified", 1, 0), change("a", "added", 1, 0)}}},
        {history("z", "z", false, true, 1, 1, 0, 10), history("a", "a", true, true, 1, 1, 0, 10)}},
       {"empty log", {}, {}},
   };
@@ -82,8 +98,9 @@ TEST(PeriodFieldsTest, FlagsTheCommitLimitOnlyWhenReached) {
   EXPECT_EQ(period_fields("2 weeks", "main", log).dump(),
             R"({"since":"2 weeks","branch":"main","commit_count":4999})");
   log.emplace_back();
-  EXPECT_EQ(period_fields("2 weeks", "main", log).dump(),
-            R"({"since":"2 weeks","branch":"main","commit_count":5000,"commit_limit_reached":true})");
+  EXPECT_EQ(
+      period_fields("2 weeks", "main", log).dump(),
+      R"({"since":"2 weeks","branch":"main","commit_count":5000,"commit_limit_reached":true})");
 }
 
 }  // namespace

@@ -19,11 +19,17 @@ class RecentChangesTest : public testing::GitHistoryTest {
     git_.display_branch = "main";
     git_.before = "c0";
     git_.log = {
-        {"c3", 1300, {change("src/b.py", "renamed", 1, 0, "src/a.py"),
-                      change("tests/test_b.py", "modified", 1, 0)}},
-        {"c2", 1300, {change("src/c.py", "modified", 2, 0), change("src/gone.py", "deleted", 0, 9)}},
-        {"c1", 1100, {change("src/a.py", "modified", 1, 1), change("src/c.py", "modified", 1, 0),
-                      change("src/d.py", "added", 3, 0)}},
+        {"c3",
+         1300,
+         {change("src/b.py", "renamed", 1, 0, "src/a.py"),
+          change("tests/test_b.py", "modified", 1, 0)}},
+        {"c2",
+         1300,
+         {change("src/c.py", "modified", 2, 0), change("src/gone.py", "deleted", 0, 9)}},
+        {"c1",
+         1100,
+         {change("src/a.py", "modified", 1, 1), change("src/c.py", "modified", 1, 0),
+          change("src/d.py", "added", 3, 0)}},
     };
     git_.line_spans = {{"src/b.py", {{1, 1, false}}}};
     index_.symbols = {{"src/b.py", "B", "class", "b.B", 1, 30}};
@@ -32,25 +38,27 @@ class RecentChangesTest : public testing::GitHistoryTest {
   Json ask(bool include_symbols, std::int64_t limit, std::int64_t offset, bool source_only,
            std::optional<std::string> branch = std::nullopt) {
     return history_.recent_changes(repository_, root_,
-                                   {.since = "2 weeks", .branch = branch,
-                                    .include_symbols = include_symbols, .limit = limit,
-                                    .offset = offset, .source_only = source_only});
+                                   {.since = "2 weeks",
+                                    .branch = branch,
+                                    .include_symbols = include_symbols,
+                                    .limit = limit,
+                                    .offset = offset,
+                                    .source_only = source_only});
   }
 };
 
 TEST_F(RecentChangesTest, LatestFirstWithSymbolsSinceThePeriodStarted) {
   testing::expect_golden("recent_changes", ask(true, 3, 0, true));
-  EXPECT_THAT(git_.calls,
-              ElementsAre("parse_time_spec(2 weeks)", "resolve_commit(HEAD)",
-                          "resolve_display_branch()",
-                          "log_commit_changes(since=1000, ref=c9, max_commits=5000)",
-                          "commit_before(c9, 1000)",
-                          "diff_line_spans(c0, c9, merge_base=false, paths=[src/b.py, src/a.py, "
-                          "src/c.py])"));
-  EXPECT_THAT(index_.calls,
-              ElementsAre("indexed_paths([src/c.py, src/d.py, src/gone.py, src/b.py, "
-                          "tests/test_b.py])",
-                          "symbols_on_lines([src/b.py:1-1], per_file=10)"));
+  EXPECT_THAT(
+      git_.calls,
+      ElementsAre("parse_time_spec(2 weeks)", "resolve_commit(HEAD)", "resolve_display_branch()",
+                  "log_commit_changes(since=1000, ref=c9, max_commits=5000)",
+                  "commit_before(c9, 1000)",
+                  "diff_line_spans(c0, c9, merge_base=false, paths=[src/b.py, src/a.py, "
+                  "src/c.py])"));
+  EXPECT_THAT(index_.calls, ElementsAre("indexed_paths([src/c.py, src/d.py, src/gone.py, src/b.py, "
+                                        "tests/test_b.py])",
+                                        "symbols_on_lines([src/b.py:1-1], per_file=10)"));
 }
 
 TEST_F(RecentChangesTest, WithoutABaseCommitEveryListedFileIsWhole) {

@@ -29,13 +29,19 @@ TEST_F(ChangedLinesTest, WholeFilesWithoutGitAndOneDiffForTheEditedOnes) {
   } cases[] = {
       {"no files", "c0", {}, {}, {}},
       {"only deleted", "c0", {change("a", "deleted")}, {}, {}},
-      {"added and copied", "c0", {change("a", "added"), change("b", "copied", 0, 0, "a")},
-       {{"a", {detail::kWholeFile}}, {"b", {detail::kWholeFile}}}, {}},
-      {"no base: every file whole", std::nullopt,
+      {"added and copied",
+       "c0",
+       {change("a", "added"), change("b", "copied", 0, 0, "a")},
+       {{"a", {detail::kWholeFile}}, {"b", {detail::kWholeFile}}},
+       {}},
+      {"no base: every file whole",
+       std::nullopt,
        {change("a", "modified"), change("b", "renamed", 0, 0, "o"), change("c", "deleted")},
-       {{"a", {detail::kWholeFile}}, {"b", {detail::kWholeFile}}}, {}},
+       {{"a", {detail::kWholeFile}}, {"b", {detail::kWholeFile}}},
+       {}},
       {"same added path twice", "c0", {change("a", "added"), change("a", "added")}, whole_a, {}},
-      {"edited files share one diff", "c0",
+      {"edited files share one diff",
+       "c0",
        {change("m", "modified"), change("a", "added"), change("r", "renamed", 0, 0, "o"),
         change("t", "typechange")},
        {{"a", {detail::kWholeFile}}, {"r", {{3, 5, false}}}, {"m", {{1, 1, false}}}},
@@ -57,8 +63,9 @@ TEST_F(ChangedLinesTest, DiffReplacesAWholeFileEntryInPlace) {
                                          change("z", "added")};
   const LineSpansByPath spans =
       history_.changed_line_spans(root_, "c0", "c9", files, {.merge_base = false});
-  EXPECT_EQ(spans, (LineSpansByPath{{"a", {{7, 8, false}}}, {"z", {detail::kWholeFile}},
-                                    {"b", {{2, 2, false}}}}));
+  EXPECT_EQ(spans,
+            (LineSpansByPath{
+                {"a", {{7, 8, false}}}, {"z", {detail::kWholeFile}}, {"b", {{2, 2, false}}}}));
   EXPECT_THAT(git_.calls, ElementsAre("diff_line_spans(c0, c9, merge_base=false, paths=[b])"));
 }
 
@@ -75,9 +82,8 @@ TEST_F(ChangedLinesTest, GitFailureOfTheDiffIsTranslated) {
 TEST(LineRangesTest, FollowsThePathsAskedFor) {
   const LineSpansByPath spans = {{"A", {{3, 5, false}, {10, 12, false}}}, {"B", {{1, 1, true}}}};
   const std::vector<std::string> paths = {"B", "gone", "A", "B"};
-  EXPECT_EQ(line_ranges(spans, paths),
-            (std::vector<repository_changes::LineRange>{
-                {"B", 1, 1}, {"A", 3, 5}, {"A", 10, 12}, {"B", 1, 1}}));
+  EXPECT_EQ(line_ranges(spans, paths), (std::vector<repository_changes::LineRange>{
+                                           {"B", 1, 1}, {"A", 3, 5}, {"A", 10, 12}, {"B", 1, 1}}));
 }
 
 class TouchedSymbolsTest : public testing::GitHistoryTest {};
@@ -88,8 +94,8 @@ TEST_F(TouchedSymbolsTest, OneQuerySeededInFileOrderWithStrangersAtTheEnd) {
                     {"b", "h", "method", "m.C.h", 4, 4}};
   const std::vector<FileChange> files = {change("d", "deleted"), change("b", "added"),
                                          change("d", "deleted")};
-  const SymbolsByPath symbols = history_.touched_symbols(repository_, root_, "c0", "c9", files,
-                                                         {.merge_base = true});
+  const SymbolsByPath symbols =
+      history_.touched_symbols(repository_, root_, "c0", "c9", files, {.merge_base = true});
   ASSERT_EQ(symbols.size(), 3u);
   EXPECT_EQ(symbols[0], (std::pair<std::string, std::vector<Json>>{"d", {}}));
   EXPECT_EQ(Json(symbols[1].second).dump(),
