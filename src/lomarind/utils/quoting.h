@@ -13,5 +13,7 @@ namespace lomarind::quoting {
 
 std::string quoted_name(std::string_view text);
 std::string quoted_name(const std::optional<std::string>& text);
+inline std::string quoted_name(const std::string& text) { return quoted_name(std::string_view(text)); }
+inline std::string quoted_name(const char* text) { return quoted_name(std::string_view(text)); }
 
 }  // namespace lomarind::quoting

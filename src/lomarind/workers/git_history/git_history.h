@@ -7,7 +7,10 @@
 #include <cstdint>
 #include <filesystem>
 #include <optional>
+#include <span>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 #include "lomarind/storage/repository_changes.h"
@@ -42,6 +45,27 @@ struct Neighbours {
   const SourceFilters& filters;
   const PaginationHint& pagination;
   const Logger& logger;
+};
+
+// Symbol rows by path, in insertion order: the given files first, then any
+// path the index answered for that was not asked about.
+using SymbolsByPath = std::vector<std::pair<std::string, std::vector<Json>>>;
+
+struct BranchChangesOptions {
+  // The name under which the caller's user gave the head; quoted in the
+  // error for an unknown head.
+  std::string head_parameter = "head_branch";
+};
+
+struct ChangedLineSpansOptions {
+  // Compare with where the head left the base (a branch) rather than with
+  // the base itself (a period).
+  bool merge_base;
+};
+
+struct TouchedSymbolsOptions {
+  bool merge_base;
+  int per_file = SYMBOLS_PER_ROW;
 };
 
 struct RecentChangesOptions {
@@ -93,8 +117,52 @@ class GitHistory {
                    const std::filesystem::path& repo_root,
                    const BranchDiffOptions& options) const;
 
+  // What a branch changed since it left its base. Throws GitHistoryError
+  // when a branch does not exist or git fails.
+  BranchChanges branch_changes(const std::filesystem::path& repo_root,
+                               const std::optional<std::string>& base_branch,
+                               const std::optional<std::string>& head_branch,
+                               const BranchChangesOptions& options = {}) const;
+
+  // The head-side lines each file changed, by path: the whole file for an
+  // added or copied file (and for every file when there is no base), the
+  // hunks of one diff for the edited ones, nothing for a deleted one.
+  git_utils::LineSpansByPath changed_line_spans(const std::filesystem::path& repo_root,
+                                                const std::optional<std::string>& base_commit,
+                                                const std::string& head_commit,
+                                                std::span<const git_utils::FileChange> files,
+                                                const ChangedLineSpansOptions& options) const;
+
+  // The index's symbols on each file's changed lines: at most one git diff
+  // and exactly one index query for all files.
+  SymbolsByPath touched_symbols(const repository_changes::Repository& repository,
+                                const std::filesystem::path& repo_root,
+                                const std::optional<std::string>& base_commit,
+                                const std::string& head_commit,
+                                std::span<const git_utils::FileChange> files,
+                                const TouchedSymbolsOptions& options) const;
+
+  // Whether a changed file is production source: code that is no test and
+  // not generated. `language` is the index's, absent for a file it does not
+  // hold; then the extension and the directory decide.
+  bool is_source_path(std::string_view path, const std::optional<std::string>& language) const;
+
  private:
   Neighbours n_;
 };
+
+// The files in answer order: the most lines changed first, then by path in
+// code-point order; ties keep their input order.
+std::vector<git_utils::FileChange> by_lines_changed(std::span<const git_utils::FileChange> files);
+
+// path, status, old_path (only when present), additions, deletions.
+Json change_row(const git_utils::FileChange& change);
+
+// The spans of `paths`, in that order, as ranges for the index.
+std::vector<repository_changes::LineRange> line_ranges(const git_utils::LineSpansByPath& spans,
+                                                       std::span<const std::string> paths);
+
+// name, kind, fqn, line, end_line.
+Json symbol_row(const repository_changes::SymbolOnLines& symbol);
 
 }  // namespace lomarind::git_history

@@ -28,6 +28,10 @@ namespace detail {
 // Every line of a file: first line 1, last line two thousand million.
 inline constexpr git_utils::LineSpan kWholeFile{1, 2000000000, true};
 inline constexpr std::string_view kSameCommitNote = "Already on base branch";
+
+// Paths in code-point order. For UTF-8 that is the order of the bytes as
+// unsigned values, which is how std::char_traits<char> compares them.
+inline bool code_point_less(std::string_view a, std::string_view b) { return a < b; }
 }  // namespace detail
 
 // A question about the history that cannot be answered as asked; the

@@ -1,0 +1,57 @@
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "lomarind/workers/git_history/git_history.h"
+#include "lomarind/workers/git_history/paging.h"
+#include "lomarind/workers/git_history/source.h"
+#include "lomarind/workers/git_history/symbols.h"
+
+namespace lomarind::git_history {
+namespace {
+
+std::vector<std::string> paths_of(const std::vector<git_utils::FileChange>& files) {
+  std::vector<std::string> paths;
+  paths.reserve(files.size());
+  for (const git_utils::FileChange& file : files) paths.push_back(file.path);
+  return paths;
+}
+
+}  // namespace
+
+Json GitHistory::branch_diff(const repository_changes::Repository& repository,
+                             const std::filesystem::path& repo_root,
+                             const BranchDiffOptions& options) const {
+  const BranchChanges changes =
+      branch_changes(repo_root, options.base_branch, options.head_branch);
+  std::vector<git_utils::FileChange> files = by_lines_changed(changes.files());
+  if (options.source_only) {
+    const repository_changes::IndexedPaths facts =
+        n_.index.indexed_paths(repository.db, paths_of(files));
+    std::erase_if(files, [&](const git_utils::FileChange& file) {
+      return !detail::is_source(n_.filters, file.path, facts);
+    });
+  }
+  const std::vector<git_utils::FileChange> page =
+      detail::page(files, options.limit, options.offset);
+  std::vector<Json> rows;
+  rows.reserve(page.size());
+  for (const git_utils::FileChange& file : page) rows.push_back(change_row(file));
+  if (options.include_symbols && !page.empty()) {
+    detail::attach_symbols(rows, touched_symbols(repository, repo_root, changes.base_commit(),
+                                                 changes.head_commit(), page,
+                                                 {.merge_base = true}));
+  }
+
+  Json result = Json::object();
+  result["base_branch"] = changes.base_branch();
+  result["head_branch"] = changes.head_branch();
+  result["commit_count"] = changes.commit_count();
+  result["excluded_files"] = static_cast<std::int64_t>(changes.files().size() - files.size());
+  if (std::optional<std::string> note = changes.note()) result["note"] = *note;
+  return detail::paginated(std::move(result), "files", std::move(rows),
+                           static_cast<std::int64_t>(files.size()), options.limit, options.offset,
+                           n_.pagination);
+}
+
+}  // namespace lomarind::git_history

@@ -1,0 +1,108 @@
+#include <algorithm>
+#include <charconv>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <utility>
+
+#include "lomarind/workers/git_history/hotspots.h"
+
+namespace lomarind::git_history::detail {
+namespace {
+
+struct ComponentTotals {
+  std::string name;
+  std::int64_t commits = 0;
+  std::int64_t additions = 0;
+  std::int64_t deletions = 0;
+  std::int64_t files = 0;
+};
+
+std::string component_name(const std::string& path,
+                           const repository_changes::IndexedPaths& facts) {
+  const auto fact = facts.find(path);
+  if (fact == facts.end() || !fact->second.component || fact->second.component->empty()) {
+    return "unknown";
+  }
+  return *fact->second.component;
+}
+
+// Totals per component, in the order of each name's first appearance.
+std::vector<ComponentTotals> totals_by_component(std::span<const PathHistory> histories,
+                                                 const repository_changes::IndexedPaths& facts) {
+  std::vector<ComponentTotals> totals;
+  std::unordered_map<std::string, std::size_t> at;
+  for (const PathHistory& history : histories) {
+    std::string name = component_name(history.path, facts);
+    const auto [it, inserted] = at.try_emplace(name, totals.size());
+    if (inserted) totals.push_back(ComponentTotals{.name = std::move(name)});
+    ComponentTotals& component = totals[it->second];
+    component.commits += history.commits;
+    component.additions += history.additions;
+    component.deletions += history.deletions;
+    component.files += 1;
+  }
+  return totals;
+}
+
+}  // namespace
+
+double risk_score(std::int64_t commits, std::int64_t busiest) {
+  const double quotient = static_cast<double>(commits) / static_cast<double>(busiest);
+  // to_chars with a precision rounds the exact binary value, ties to even,
+  // independent of the locale; reading the text back gives the nearest double.
+  char text[64];
+  const auto written = std::to_chars(text, text + sizeof text, quotient,
+                                     std::chars_format::fixed, 2);
+  double rounded = quotient;
+  std::from_chars(text, written.ptr, rounded);
+  return rounded;
+}
+
+std::vector<Json> file_rows(std::span<const PathHistory> histories,
+                            const repository_changes::IndexedPaths& facts) {
+  const std::int64_t busiest = histories.empty() ? 1 : histories.front().commits;
+  std::vector<Json> rows;
+  rows.reserve(histories.size());
+  for (const PathHistory& history : histories) {
+    Json row = Json::object();
+    row["name"] = history.path;
+    row["type"] = "file";
+    row["commits"] = history.commits;
+    row["additions"] = history.additions;
+    row["deletions"] = history.deletions;
+    const auto fact = facts.find(history.path);
+    row["component"] = fact != facts.end() && fact->second.component
+                           ? Json(*fact->second.component)
+                           : Json(nullptr);
+    row["risk_score"] = risk_score(history.commits, busiest);
+    rows.push_back(std::move(row));
+  }
+  return rows;
+}
+
+std::vector<Json> component_rows(std::span<const PathHistory> histories,
+                                 const repository_changes::IndexedPaths& facts) {
+  std::vector<ComponentTotals> ranked = totals_by_component(histories, facts);
+  std::sort(ranked.begin(), ranked.end(), [](const ComponentTotals& a, const ComponentTotals& b) {
+    if (a.commits != b.commits) return a.commits > b.commits;
+    return code_point_less(a.name, b.name);
+  });
+  const std::int64_t busiest = ranked.empty() ? 1 : ranked.front().commits;
+  std::vector<Json> rows;
+  rows.reserve(ranked.size());
+  for (const ComponentTotals& component : ranked) {
+    Json row = Json::object();
+    row["name"] = component.name;
+    row["type"] = "component";
+    row["commits"] = component.commits;
+    row["additions"] = component.additions;
+    row["deletions"] = component.deletions;
+    row["files"] = component.files;
+    row["risk_score"] = risk_score(component.commits, busiest);
+    rows.push_back(std::move(row));
+  }
+  return rows;
+}
+
+}  // namespace lomarind::git_history::detail

@@ -1,0 +1,100 @@
+#include "lomarind/workers/git_history/hotspots.h"
+
+#include <algorithm>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "lomarind/utils/quoting.h"
+#include "lomarind/workers/git_history/git_access.h"
+#include "lomarind/workers/git_history/git_history.h"
+#include "lomarind/workers/git_history/paging.h"
+#include "lomarind/workers/git_history/period.h"
+#include "lomarind/workers/git_history/source.h"
+
+namespace lomarind::git_history {
+namespace {
+
+// The most commits first, then the most lines changed, then by path.
+bool busiest_first(const detail::PathHistory& a, const detail::PathHistory& b) {
+  if (a.commits != b.commits) return a.commits > b.commits;
+  const std::int64_t lines_a = a.additions + a.deletions;
+  const std::int64_t lines_b = b.additions + b.deletions;
+  if (lines_a != lines_b) return lines_a > lines_b;
+  return detail::code_point_less(a.path, b.path);
+}
+
+// The files that still exist at the end of the period, in fold order.
+std::vector<detail::PathHistory> existing_files(std::vector<detail::PathHistory> histories) {
+  std::erase_if(histories, [](const detail::PathHistory& history) { return !history.exists; });
+  return histories;
+}
+
+}  // namespace
+
+Json GitHistory::hotspots(const repository_changes::Repository& repository,
+                          const std::filesystem::path& repo_root,
+                          const HotspotsOptions& options) const {
+  if (options.group_by != "file" && options.group_by != "component") {
+    throw GitHistoryError("group_by must be 'file' or 'component'; got " +
+                          quoting::quoted_name(options.group_by));
+  }
+  const std::chrono::sys_seconds start = detail::period_start(n_.git, options.since);
+  detail::ResolvedRef tip;
+  const std::vector<git_utils::CommitChanges> commits = detail::reading_git(n_.logger, [&] {
+    tip = detail::resolve_head(n_.git, repo_root, options.branch, "branch");
+    return n_.git.log_commit_changes(repo_root, start, tip.commit, MAX_COMMITS);
+  });
+
+  std::vector<detail::PathHistory> kept = existing_files(detail::histories(commits));
+  const std::size_t existing = kept.size();
+  std::vector<std::string> paths;
+  paths.reserve(kept.size());
+  for (const detail::PathHistory& history : kept) paths.push_back(history.path);
+  const repository_changes::IndexedPaths facts = n_.index.indexed_paths(repository.db, paths);
+  if (options.source_only) {
+    std::erase_if(kept, [&](const detail::PathHistory& history) {
+      return !detail::is_source(n_.filters, history.path, facts);
+    });
+  }
+  std::sort(kept.begin(), kept.end(), busiest_first);
+  const std::vector<Json> rows = options.group_by == "component"
+                                     ? detail::component_rows(kept, facts)
+                                     : detail::file_rows(kept, facts);
+
+  Json result = detail::period_fields(options.since, tip.name, commits);
+  result["group_by"] = options.group_by;
+  result["excluded_files"] = static_cast<std::int64_t>(existing - kept.size());
+  return detail::paginated(std::move(result), "hotspots",
+                           detail::page(rows, options.limit, options.offset),
+                           static_cast<std::int64_t>(rows.size()), options.limit, options.offset,
+                           n_.pagination);
+}
+
+std::vector<Json> GitHistory::file_hotspots(const repository_changes::Repository& repository,
+                                            const std::filesystem::path& repo_root,
+                                            const FileHotspotsOptions& options) const {
+  Json answer;
+  try {
+    answer = hotspots(repository, repo_root,
+                      {.since = options.since,
+                       .branch = options.branch,
+                       .group_by = "file",
+                       .limit = options.limit,
+                       .offset = 0,
+                       .source_only = true});
+  } catch (const GitHistoryError& error) {
+    // A failed git command is worth an error; a history there is nothing to
+    // read in (no commit yet, no such branch, no such period) is no hotspot.
+    if (error.cause_is_git_error()) throw;
+    n_.logger.info("No hotspots for %s: %s", {repo_root.string(), error.what()});
+    return {};
+  }
+  std::vector<Json> rows = answer.at("hotspots").get<std::vector<Json>>();
+  const auto keep = static_cast<std::size_t>(
+      std::clamp<std::int64_t>(options.limit, 0, static_cast<std::int64_t>(rows.size())));
+  rows.resize(keep);
+  return rows;
+}
+
+}  // namespace lomarind::git_history

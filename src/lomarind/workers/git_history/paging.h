@@ -1,0 +1,39 @@
+// The page cut of every list answer and the pagination fields it carries.
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <span>
+#include <string_view>
+#include <vector>
+
+#include "lomarind/utils/json.h"
+#include "lomarind/workers/git_history/git_history.h"
+
+namespace lomarind::git_history::detail {
+
+// Items [max(offset, 0), max(offset, 0) + max(limit, 0)) of `items`, as a
+// new list; positions past the end yield nothing. Only the page is copied.
+template <typename T>
+std::vector<T> page(std::span<const T> items, std::int64_t limit, std::int64_t offset) {
+  const auto size = static_cast<std::int64_t>(items.size());
+  const std::int64_t start = std::max<std::int64_t>(offset, 0);
+  if (start >= size) return {};
+  // Compared against what is left rather than added to start, so a huge
+  // limit cannot overflow.
+  const std::int64_t count = std::min(std::max<std::int64_t>(limit, 0), size - start);
+  return std::vector<T>(items.begin() + start, items.begin() + start + count);
+}
+
+template <typename T>
+std::vector<T> page(const std::vector<T>& items, std::int64_t limit, std::int64_t offset) {
+  return page(std::span<const T>(items), limit, offset);
+}
+
+// The result with its page of rows and the pagination fields every list
+// answer carries: `key`, total_count, truncated, has_more, offset (clamped),
+// then whatever the pagination hint adds.
+Json paginated(Json result, std::string_view key, std::vector<Json> rows, std::int64_t total,
+               std::int64_t limit, std::int64_t offset, const PaginationHint& hint);
+
+}  // namespace lomarind::git_history::detail

@@ -1,0 +1,61 @@
+#include "support/fake_history_neighbours.h"
+
+#include <fstream>
+#include <sstream>
+#include <utility>
+
+namespace lomarind::testing {
+namespace {
+
+std::string_view file_name(std::string_view path) {
+  const std::size_t slash = path.rfind('/');
+  return slash == std::string_view::npos ? path : path.substr(slash + 1);
+}
+
+}  // namespace
+
+bool FakeSourceFilters::in_source_languages(std::string_view language) const {
+  calls.push_back("in_source_languages(" + std::string(language) + ")");
+  return source_languages.contains(language);
+}
+
+bool FakeSourceFilters::is_source_extension(std::string_view path) const {
+  calls.push_back("is_source_extension(" + std::string(path) + ")");
+  return path.ends_with(".py") || path.ends_with(".cpp");
+}
+
+bool FakeSourceFilters::is_test_path(std::string_view path) const {
+  calls.push_back("is_test_path(" + std::string(path) + ")");
+  return path.starts_with("tests/") || path.find("/tests/") != std::string_view::npos ||
+         file_name(path).starts_with("test_");
+}
+
+bool FakeSourceFilters::should_skip_path(std::string_view directory) const {
+  calls.push_back("should_skip_path(" + std::string(directory) + ")");
+  return skipped_directories.contains(directory);
+}
+
+Json FakePaginationHint::add_pagination_hint(Json result, std::int64_t count) const {
+  calls.push_back("add_pagination_hint(" + std::to_string(count) + ")");
+  if (result.at("has_more").get<bool>()) {
+    result["next_offset"] = result.at("offset").get<std::int64_t>() + count;
+  }
+  return result;
+}
+
+std::string golden(const std::string& name) {
+  std::ifstream file(std::string(LOMARIND_TEST_DATA) + "/git_history/" + name + ".json");
+  std::stringstream text;
+  text << file.rdbuf();
+  return text.str();
+}
+
+std::vector<std::string> GitHistoryTest::logged(LogLevel level) const {
+  std::vector<std::string> messages;
+  for (const LogRecord& record : sink_.records) {
+    if (record.level == level) messages.push_back(record.message());
+  }
+  return messages;
+}
+
+}  // namespace lomarind::testing

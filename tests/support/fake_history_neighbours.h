@@ -1,0 +1,79 @@
+// Recording stand-ins for the source filters and the pagination hint, and a
+// test fixture that wires every fake into a GitHistory.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "lomarind/utils/logging.h"
+#include "lomarind/workers/git_history/git_history.h"
+#include "support/fake_change_index.h"
+#include "support/fake_git_reader.h"
+#include "support/recording_log_sink.h"
+
+namespace lomarind::testing {
+
+// Small fixed rules: a test lives under tests/ or is named test_*; source
+// extensions are .py and .cpp; only the listed directories are skipped.
+class FakeSourceFilters final : public git_history::SourceFilters {
+ public:
+  std::set<std::string, std::less<>> source_languages = {"python", "cpp"};
+  std::set<std::string, std::less<>> skipped_directories = {"build", "vendor/lib"};
+
+  // "is_test_path(a.py)", "should_skip_path(.)", ...
+  mutable std::vector<std::string> calls;
+
+  bool in_source_languages(std::string_view language) const override;
+  bool is_source_extension(std::string_view path) const override;
+  bool is_test_path(std::string_view path) const override;
+  bool should_skip_path(std::string_view directory) const override;
+};
+
+// Appends next_offset = offset + count when there is more, as the real hint
+// does, and records each call as "add_pagination_hint(count)".
+class FakePaginationHint final : public git_history::PaginationHint {
+ public:
+  mutable std::vector<std::string> calls;
+
+  Json add_pagination_hint(Json result, std::int64_t count) const override;
+};
+
+// The GitHistoryError that `block` throws; a test failure if it throws none.
+template <typename Block>
+git_history::GitHistoryError history_error_of(Block&& block) {
+  try {
+    block();
+  } catch (const git_history::GitHistoryError& error) {
+    return error;
+  }
+  ADD_FAILURE() << "no GitHistoryError was thrown";
+  return git_history::GitHistoryError("");
+}
+
+// The golden answer in tests/data/git_history/<name>.json, as text.
+std::string golden(const std::string& name);
+
+class GitHistoryTest : public ::testing::Test {
+ protected:
+  // The warning and info lines logged so far, as formatted messages.
+  std::vector<std::string> logged(LogLevel level) const;
+
+  const std::filesystem::path root_ = "/repo";
+  FakeGitReader git_;
+  FakeChangeIndex index_;
+  FakeSourceFilters filters_;
+  FakePaginationHint pagination_;
+  RecordingLogSink sink_;
+  Logger logger_{std::string(git_history::kLoggerName), sink_};
+  git_history::GitHistory history_{
+      git_history::Neighbours{git_, index_, filters_, pagination_, logger_}};
+  repository_changes::Repository repository_ = index_.repository();
+};
+
+}  // namespace lomarind::testing
