@@ -92,7 +92,7 @@ TEST_F(GitCliTest, PeriodsAreMeasuredFromTheClock) {
 
 // main:    base(1000) -- main moves(2500)
 // feature:      \-- feature 1(2000) -- feature 2(3000)
-class BranchDiffTest : public GitCliTest {
+class GitCliBranchDiffTest : public GitCliTest {
  protected:
   void SetUp() override {
     repo_.write("keep.txt", "1\n2\n3\n");
@@ -119,7 +119,7 @@ class BranchDiffTest : public GitCliTest {
   const std::string kOddPath = "dir/caf\xc3\xa9\n\xff.txt";
 };
 
-TEST_F(BranchDiffTest, ListsWhatTheHeadChangedSinceItLeftTheBase) {
+TEST_F(GitCliBranchDiffTest, ListsWhatTheHeadChangedSinceItLeftTheBase) {
   std::vector<FileChange> expected = {
       {kOddPath, "added", 1, 0, std::nullopt},
       {"gone.txt", "deleted", 0, 1, std::nullopt},
@@ -133,7 +133,7 @@ TEST_F(BranchDiffTest, ListsWhatTheHeadChangedSinceItLeftTheBase) {
   EXPECT_EQ(git_.count_commits(repo_.root(), "feature", "main"), 1);
 }
 
-TEST_F(BranchDiffTest, LineSpansAreHeadSideHunksByHeadPath) {
+TEST_F(GitCliBranchDiffTest, LineSpansAreHeadSideHunksByHeadPath) {
   std::vector<std::string> paths = {"keep.txt", "new \"name\".txt", "old name.txt", "gone.txt",
                                     "img.bin",  kOddPath,           "shared.txt"};
   LineSpansByPath expected = {
