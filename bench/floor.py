@@ -27,7 +27,7 @@ SAFE = ["--no-pager", "--literal-pathspecs", "-c", "core.quotePath=false",
 DIFF = ["--no-ext-diff", "--no-textconv", "--no-color", "--no-relative",
         "--src-prefix=a/", "--dst-prefix=b/", "--diff-algorithm=myers"]
 FIXED_ENV = {"GIT_TERMINAL_PROMPT": "0", "GIT_OPTIONAL_LOCKS": "0", "GIT_NO_LAZY_FETCH": "1",
-             "GIT_CONFIG_NOSYSTEM": "1", "LC_ALL": "C"}
+             "GIT_CONFIG_NOSYSTEM": "1", "GIT_FLUSH": "0", "LC_ALL": "C"}
 PERIOD = "100 years"  # reaches before 1970, which the reader sends as @0
 PERIOD_COMMITS = 5000  # the answers' commit limit
 DIFF_DISTANCE = 5000
