@@ -30,6 +30,10 @@ constexpr std::string_view kSchemaColumns =
     "files(path,language,component) meta(key,value) "
     "symbols(path,name,kind,fqn,start_line,end_line) ";
 
+// 512 MiB of 4 KiB pages: more than a full rebuild of a large repository
+// writes, yet a bound on memory.
+constexpr int kSpillPages = 131072;
+
 constexpr std::string_view kForeignAdvice = "; pass --index FILE or remove it";
 
 std::string failure(const std::filesystem::path& path, std::string_view doing,
@@ -201,9 +205,10 @@ SQLite::Database open_index_for_writing(const std::filesystem::path& path, int b
                                "the file is read-only; make it writable or pass "
                                "--index FILE"));
     }
-    // Dirty pages stay in memory until commit, so readers are never locked
-    // out while a run builds its transaction.
-    db.exec("PRAGMA cache_spill = OFF");
+    // Dirty pages stay in memory until commit, so readers are not locked
+    // out while a run builds its transaction; only a transaction larger than
+    // the threshold spills to the file early, which takes the exclusive lock.
+    db.exec("PRAGMA cache_spill = " + std::to_string(kSpillPages));
     return db;
   } catch (const SQLite::Exception&) {
     throw_index_error(path, "open");
