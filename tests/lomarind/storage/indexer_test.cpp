@@ -134,20 +134,20 @@ TEST_F(IndexerTest, IncrementalRunMatchesAFullRebuild) {
   repo_.write("lib/greet.py", std::string(kPython) + "\ndef added():\n    pass\n");
   repo_.git({"mv", "services/api/cmd/main.go", "services/api/cmd/server.go"});
   repo_.remove("setup.py");
-  repo_.write("lib/package.json", "{}\n");  // lib becomes a component of its own
+  repo_.write("lib/geometry/Cargo.toml", "");  // a component of its own now
   repo_.commit("second", 1700000100);
   repo_.write("README.md", "# changed but not committed\n");
 
   const IndexSummary summary = index();
   EXPECT_TRUE(summary.incremental);
-  EXPECT_EQ(summary.files_read, 4u);  // greet.py, server.go, package.json, README.md
+  EXPECT_EQ(summary.files_read, 4u);  // greet.py, server.go, Cargo.toml, README.md
   EXPECT_THAT(symbols("lib/greet.py"), ::testing::Contains("function added 8-9"));
   EXPECT_THAT(symbols("services/api/cmd/main.go"), IsEmpty());
 
   const std::filesystem::path rebuilt = dir_.path() / "full.db";
   EXPECT_FALSE(index(true, rebuilt).incremental);
   EXPECT_EQ(rows(index_path()), rows(rebuilt));
-  EXPECT_THAT(rows(index_path()), ::testing::Contains("lib/geometry/shapes.cc cpp lib"));
+  EXPECT_THAT(rows(index_path()), ::testing::Contains("lib/geometry/shapes.cc cpp lib/geometry"));
 }
 
 TEST_F(IndexerTest, RereadsAFileWhoseWorkTreeChangeWasUndone) {

@@ -31,18 +31,18 @@ const std::string kDiff =
 
 TEST(ParseFileChangesTest, ReadsStatusesPathsAndCounts) {
   EXPECT_EQ(parse_file_changes(kDiff),
-            (std::vector<FileChange>{change("bin.dat", "modified", 0, 0),
-                                     change("d/sp ace.txt", "deleted", 0, 1),
-                                     change("tab\tq\"x", "added", 1, 0),
-                                     change("s.txt", "modified", 1, 1),
-                                     change("two.txt", "renamed", 2, 1, "one.txt")}));
+            (std::vector<FileChange>{
+                change("bin.dat", "modified", 0, 0), change("d/sp ace.txt", "deleted", 0, 1),
+                change("tab\tq\"x", "added", 1, 0), change("s.txt", "modified", 1, 1),
+                change("two.txt", "renamed", 2, 1, "one.txt")}));
   EXPECT_TRUE(parse_file_changes("").empty());
 }
 
 TEST(ParseFileChangesTest, PathsThatLookLikeEntriesStayPaths) {
   std::string out =
       ":000000 100644 0000000 975fbec A\0:100644 100644 a b M\0"
-      ":000000 100644 0000000 975fbec A\0" "1\t2\tx\0"
+      ":000000 100644 0000000 975fbec A\0"
+      "1\t2\tx\0"
       ":000000 100644 0000000 975fbec A\0\xff\n\x01\0"
       "3\t0\t:100644 100644 a b M\0"
       "4\t0\t1\t2\tx\0"
@@ -58,17 +58,30 @@ TEST(ParseFileChangesTest, MalformedOutputIsAGitError) {
     const char* name;
     std::string out;
   } cases[] = {
-      {"cut inside a path", ":000000 100644 0 1 A\0a.txt\0" "1\t0\ta.t"s},
+      {"cut inside a path",
+       ":000000 100644 0 1 A\0a.txt\0"
+       "1\t0\ta.t"s},
       {"rename without its new path", ":100644 100644 0 1 R100\0old\0"s},
       {"line counts missing", ":000000 100644 0 1 A\0a.txt\0"s},
-      {"line counts for another path", ":000000 100644 0 1 A\0a.txt\0" "1\t0\tb.txt\0"s},
+      {"line counts for another path",
+       ":000000 100644 0 1 A\0a.txt\0"
+       "1\t0\tb.txt\0"s},
       {"rename counts for another pair",
-       ":100644 100644 0 1 R090\0a\0b\0" "1\t0\t\0x\0b\0"s},
-      {"count not a number", ":000000 100644 0 1 A\0a\0" "1x\t0\ta\0"s},
-      {"count missing", ":000000 100644 0 1 A\0a\0" "\t0\ta\0"s},
-      {"unknown status", ":000000 100644 0 1 U\0a\0" "1\t0\ta\0"s},
+       ":100644 100644 0 1 R090\0a\0b\0"
+       "1\t0\t\0x\0b\0"s},
+      {"count not a number",
+       ":000000 100644 0 1 A\0a\0"
+       "1x\t0\ta\0"s},
+      {"count missing",
+       ":000000 100644 0 1 A\0a\0"
+       "\t0\ta\0"s},
+      {"unknown status",
+       ":000000 100644 0 1 U\0a\0"
+       "1\t0\ta\0"s},
       {"raw entry without status", ":000000\0a\0"s},
-      {"trailing garbage", ":000000 100644 0 1 A\0a\0" "1\t0\ta\0junk\0"s},
+      {"trailing garbage",
+       ":000000 100644 0 1 A\0a\0"
+       "1\t0\ta\0junk\0"s},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
@@ -78,16 +91,20 @@ TEST(ParseFileChangesTest, MalformedOutputIsAGitError) {
 
 TEST(ParseLogTest, ReadsCommitsInOrderWithMergesEmpty) {
   std::string out =
-      "\0" "55ac789a0490 1795396421\0"
+      "\0"
+      "55ac789a0490 1795396421\0"
       "\n:100644 100644 a7bc997 f8bab5d M\0two.txt\0"
       "1\t0\ttwo.txt\0"
-      "\0" "cd68b0cd9718 1795396421\0"  // a merge: no diff
-      "\0" "6c3c98f1b0d6 1000\0"
+      "\0"
+      "cd68b0cd9718 1795396421\0"  // a merge: no diff
+      "\0"
+      "6c3c98f1b0d6 1000\0"
       "\n:000000 100644 0000000 8876 A\0caf\xc3\xa9 \"q\"\0"
       ":100644 100644 a b R100\0old\nname\0new\\name\0"
       "-\t-\tcaf\xc3\xa9 \"q\"\0"
       "0\t0\t\0old\nname\0new\\name\0"
-      "\0" "f3db15cc 0\0"s;  // an empty commit, last
+      "\0"
+      "f3db15cc 0\0"s;  // an empty commit, last
   std::vector<CommitChanges> expected = {
       {"55ac789a0490", 1795396421, {change("two.txt", "modified", 1, 0)}},
       {"cd68b0cd9718", 1795396421, {}},
@@ -110,9 +127,13 @@ TEST(ParseLogTest, MalformedOutputIsAGitError) {
       {"header without time", "\0abc\0"s},
       {"time not a number", "\0abc 1x\0"s},
       {"cut after the header", "\0abc 1"s},
-      {"cut inside the counts", "\0abc 1\0\n:0 1 a b A\0x\0" "1\t"s},
+      {"cut inside the counts",
+       "\0abc 1\0\n:0 1 a b A\0x\0"
+       "1\t"s},
       {"counts of the next commit missing",
-       "\0abc 1\0\n:0 1 a b A\0x\0" "1\t0\tx\0" "\0def 2\0\n:0 1 a b A\0y\0"s},
+       "\0abc 1\0\n:0 1 a b A\0x\0"
+       "1\t0\tx\0"
+       "\0def 2\0\n:0 1 a b A\0y\0"s},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
@@ -179,10 +200,9 @@ TEST(ParseLineSpansTest, KeysHeadSideSpansByHeadPath) {
 }
 
 TEST(ParseLineSpansTest, MalformedHeadersAreAGitError) {
-  for (const char* patch : {"diff --git a/x b/x\n+++ x\n@@ -1 +1 @@\n",
-                            "diff --git a/x b/x\n+++ b/x\n@@ -1 +1x @@\n",
-                            "diff --git a/x b/x\n+++ b/x\n@@ -1 +\n",
-                            "diff --git a/x b/x\n+++ \"b/x\n@@ -1 +1 @@\n"}) {
+  for (const char* patch :
+       {"diff --git a/x b/x\n+++ x\n@@ -1 +1 @@\n", "diff --git a/x b/x\n+++ b/x\n@@ -1 +1x @@\n",
+        "diff --git a/x b/x\n+++ b/x\n@@ -1 +\n", "diff --git a/x b/x\n+++ \"b/x\n@@ -1 +1 @@\n"}) {
     SCOPED_TRACE(patch);
     EXPECT_THROW(parse_line_spans(patch), GitError);
   }

@@ -19,8 +19,9 @@ Command shell(const std::string& script, std::string input = "") {
 }
 
 TEST(SubprocessTest, DrainsLargeStdoutAndStderrTogether) {
-  Result r = run(shell("head -c 3000000 /dev/zero; head -c 3000000 /dev/zero >&2; "
-                       "head -c 100 /dev/zero; exit 3"));
+  Result r =
+      run(shell("head -c 3000000 /dev/zero; head -c 3000000 /dev/zero >&2; "
+                "head -c 100 /dev/zero; exit 3"));
   EXPECT_EQ(r.exit_status, 3);
   EXPECT_EQ(r.signal, 0);
   EXPECT_EQ(r.out.size(), 3000100u);
