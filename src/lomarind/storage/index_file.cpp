@@ -17,11 +17,10 @@
 namespace lomarind::repository_changes {
 namespace {
 
-constexpr char kSchema[] = R"sql(
+constexpr char kSchemaTables[] = R"sql(
 CREATE TABLE files   (path TEXT PRIMARY KEY, language TEXT, component TEXT);
 CREATE TABLE symbols (path TEXT NOT NULL, name TEXT NOT NULL, kind TEXT NOT NULL,
                       fqn TEXT NOT NULL, start_line INTEGER NOT NULL, end_line INTEGER NOT NULL);
-CREATE INDEX symbols_by_path ON symbols(path, start_line);
 CREATE TABLE meta    (key TEXT PRIMARY KEY, value TEXT);
 )sql";
 
@@ -156,7 +155,8 @@ void create_index_file(const std::filesystem::path& location, const std::filesys
   try {
     SQLite::Database db(temporary.c_str(), SQLite::OPEN_READWRITE | SQLite::OPEN_NOFOLLOW);
     SQLite::Transaction transaction(db);
-    db.exec(kSchema);
+    db.exec(kSchemaTables);
+    db.exec(kCreateSymbolsIndex);
     db.exec("PRAGMA user_version = " + std::to_string(kIndexSchemaVersion));
     transaction.commit();
   } catch (const SQLite::Exception&) {

@@ -86,14 +86,16 @@ class IndexerTest : public ::testing::Test {
     return found;
   }
 
-  // Every row of the index but its bookkeeping, in a stable order.
+  // Every row of the index but its bookkeeping, and the schema's names, in
+  // a stable order.
   static std::vector<std::string> rows(const std::filesystem::path& path) {
     SQLite::Database db(path.c_str());
     SQLite::Statement query(db,
                             "SELECT path || ' ' || ifnull(language, '-') || ' ' || "
                             "ifnull(component, '-') FROM files UNION ALL "
                             "SELECT path || ' ' || name || ' ' || kind || ' ' || fqn || ' ' || "
-                            "start_line || '-' || end_line FROM symbols ORDER BY 1");
+                            "start_line || '-' || end_line FROM symbols UNION ALL "
+                            "SELECT 'schema ' || name FROM sqlite_schema ORDER BY 1");
     std::vector<std::string> out;
     while (query.executeStep()) out.push_back(query.getColumn(0).getString());
     return out;
@@ -148,6 +150,7 @@ TEST_F(IndexerTest, IncrementalRunMatchesAFullRebuild) {
   EXPECT_FALSE(index(true, rebuilt).incremental);
   EXPECT_EQ(rows(index_path()), rows(rebuilt));
   EXPECT_THAT(rows(index_path()), ::testing::Contains("lib/geometry/shapes.cc cpp lib/geometry"));
+  EXPECT_THAT(rows(rebuilt), ::testing::Contains("schema symbols_by_path"));
 }
 
 TEST_F(IndexerTest, RereadsAFileWhoseWorkTreeChangeWasUndone) {
