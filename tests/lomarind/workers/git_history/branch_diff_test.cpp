@@ -60,6 +60,8 @@ TEST_F(BranchDiffTest, SameCommitNotesItAndReadsNothingMore) {
   EXPECT_THAT(git_.calls, ElementsAre("resolve_commit(main)", "resolve_commit(HEAD)",
                                       "resolve_display_branch()"));
   EXPECT_THAT(index_.calls, IsEmpty());
+  EXPECT_STREQ(testing::history_error_of([&] { ask("x", false, 1, 0, false); }).what(),
+               "Branch 'x' not found; leave head_branch empty to use the current branch");
 }
 
 TEST_F(BranchDiffTest, PagePastTheEndStillCountsEveryFile) {
@@ -70,15 +72,6 @@ TEST_F(BranchDiffTest, PagePastTheEndStillCountsEveryFile) {
   EXPECT_EQ(answer.at("commit_count"), 4);
   EXPECT_EQ(git_.calls.back(), "count_commits(c1, c2)");
   EXPECT_THAT(index_.calls, IsEmpty());
-}
-
-TEST_F(BranchDiffTest, RenamedFileOfALaterPageDiffsBothPaths) {
-  const Json answer = ask("feature", true, 1, 4, false);
-  EXPECT_EQ(answer.at("files").at(0).at("old_path"), "src/a.py");
-  EXPECT_EQ(git_.calls.back(),
-            "diff_line_spans(c1, c2, merge_base=true, paths=[src/b.py, src/a.py])");
-  EXPECT_STREQ(testing::history_error_of([&] { ask("x", false, 1, 0, false); }).what(),
-               "Branch 'x' not found; leave head_branch empty to use the current branch");
 }
 
 }  // namespace
