@@ -28,10 +28,12 @@ class IndexDb {
   IndexDb& operator=(IndexDb&&) noexcept;
 
   // Opens `path` for queries: read-only, no symlink followed, a busy
-  // timeout. A missing file gives an empty index. Throws IndexError for a
-  // file that is not a lomarind index.
+  // timeout. A missing file gives an empty index and is not created. Throws
+  // IndexError, naming the file and what to do, for a symbolic link or a
+  // file that is not a lomarind index; such a file is left as it is.
   static IndexDb open_for_queries(const std::filesystem::path& path);
 
+  // Whether there was no index file: queries on it answer nothing.
   bool empty() const;
 
   struct Impl;

@@ -5,10 +5,13 @@
 #pragma once
 
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace lomarind::git_utils {
+
+class GitError;
 
 struct GitResult {
   int exit_status = 0;
@@ -18,19 +21,39 @@ struct GitResult {
 
 class GitRunner {
  public:
+  // `git_program` is a path or a name looked up on PATH. Each command starts
+  // from this process's environment at the time of the call.
   explicit GitRunner(std::string git_program = "git") : git_program_(std::move(git_program)) {}
+  // As above, but each command starts from `environment` ("NAME=value"
+  // entries) instead of ours. The GIT_* scrub applies to it all the same.
+  GitRunner(std::string git_program, std::vector<std::string> environment)
+      : git_program_(std::move(git_program)), environment_(std::move(environment)) {}
 
   // Runs `git <safety options> -C repo_root <args...>` and returns whatever
   // it exited with. Throws GitError only when git cannot be started
-  // ("git is not installed or not on PATH").
+  // ("git is not installed or not on PATH") or dies from a signal.
   GitResult run(const std::filesystem::path& repo_root, const std::vector<std::string>& args) const;
 
-  // As run(), but a non-zero exit throws GitError with git's trimmed stderr.
+  // As run(), but a non-zero exit throws GitError with git's trimmed stderr
+  // (or "git exited with status N" when it printed nothing).
   std::string run_checked(const std::filesystem::path& repo_root,
                           const std::vector<std::string>& args) const;
 
+  // The GitError for a command that exited non-zero with `result`: git's
+  // trimmed stderr, or "git exited with status N" when it printed nothing.
+  GitError failure(const std::filesystem::path& repo_root, const std::vector<std::string>& args,
+                   const GitResult& result) const;
+
+  // The full argument vector run() starts for `args`.
+  std::vector<std::string> command_line(const std::filesystem::path& repo_root,
+                                        const std::vector<std::string>& args) const;
+  // The environment git runs with: the starting environment minus every
+  // GIT_* variable and LC_ALL, plus our fixed settings.
+  std::vector<std::string> environment() const;
+
  private:
   std::string git_program_;
+  std::optional<std::vector<std::string>> environment_;
 };
 
 }  // namespace lomarind::git_utils

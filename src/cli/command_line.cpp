@@ -1,0 +1,190 @@
+#include "cli/command_line.h"
+
+#include <CLI/CLI.hpp>
+
+#include "cli/answer_text.h"
+#include "cli/display_text.h"
+
+namespace lomarind::cli {
+
+namespace {
+
+constexpr const char* kVersionText = "lomarind " LOMARIND_VERSION;
+
+// CLI11 cannot store into an optional directly in every version, so each
+// optional string is read into a buffer and kept only if the option was given.
+struct OptionalString {
+  std::string buffer;
+  CLI::Option* option = nullptr;
+
+  void add(CLI::App& app, const std::string& name, const std::string& help) {
+    option = app.add_option(name, buffer, help);
+  }
+  std::optional<std::string> value() const {
+    if (option->count() == 0) return std::nullopt;
+    return buffer;
+  }
+};
+
+void add_page_options(CLI::App& command, std::int64_t& limit, std::int64_t& offset) {
+  command.add_option("--limit", limit, "Rows per page")->capture_default_str();
+  command.add_option("--offset", offset, "Rows skipped")->capture_default_str();
+}
+
+void add_common_flags(CLI::App& command, bool& source_only, bool& json) {
+  command.add_flag("--source-only", source_only,
+                   "Keep production source only: no tests, documents, data or build output");
+  command.add_flag("--json", json, "Print the answer as one JSON document");
+}
+
+// Every CLI11 object the parse writes into; they must stay put while parsing.
+struct Parser {
+  CLI::App app{"Answers questions about a git repository's history.", "lomarind"};
+  GlobalOptions global;
+  RecentArgs recent;
+  HotspotsArgs hotspots;
+  DiffArgs diff;
+  IndexArgs index;
+  OptionalString index_file, recent_branch, hotspots_branch, diff_base, diff_head;
+  CLI::App* recent_command = nullptr;
+  CLI::App* hotspots_command = nullptr;
+  CLI::App* diff_command = nullptr;
+
+  Parser();
+  void add_recent();
+  void add_hotspots();
+  void add_diff();
+  void add_index();
+  CommandLine result() const;
+};
+
+Parser::Parser() {
+  app.set_version_flag("--version", kVersionText);
+  app.require_subcommand(1);
+  // Global options may also follow the command: a command passes what it
+  // does not know up to the program.
+  app.fallthrough();
+  app.add_option("--repo", global.repo, "Any folder inside the work tree (default: .)");
+  index_file.add(app, "--index", "The index file (default: <git common dir>/lomarind/index.db)");
+  add_recent();
+  add_hotspots();
+  add_diff();
+  add_index();
+}
+
+void Parser::add_recent() {
+  recent_command = app.add_subcommand("recent", "Files a period changed, the latest change first");
+  recent_command->add_option("--since", recent.since, "The period, e.g. '2 weeks' or 2024-05-01")
+      ->required();
+  recent_branch.add(*recent_command, "--branch", "Whose history to read (default: checked out)");
+  recent_command->add_flag("--symbols", recent.symbols, "List the symbols on changed lines");
+  add_common_flags(*recent_command, recent.source_only, recent.json);
+  add_page_options(*recent_command, recent.limit, recent.offset);
+}
+
+void Parser::add_hotspots() {
+  hotspots_command =
+      app.add_subcommand("hotspots", "Files or components a period changed most often");
+  hotspots_command->add_option("--since", hotspots.since, "The period, e.g. '1 year' or 2024-05-01")
+      ->required();
+  hotspots_branch.add(*hotspots_command, "--branch",
+                      "Whose history to read (default: checked out)");
+  hotspots_command->add_option("--group-by", hotspots.group_by, "file or component")
+      ->capture_default_str();
+  add_common_flags(*hotspots_command, hotspots.source_only, hotspots.json);
+  add_page_options(*hotspots_command, hotspots.limit, hotspots.offset);
+}
+
+void Parser::add_diff() {
+  diff_command = app.add_subcommand("diff", "Files a branch changed since it left its base");
+  diff_base.add(*diff_command, "--base", "The base branch (default: the default branch)");
+  diff_head.add(*diff_command, "--head", "The branch compared (default: checked out)");
+  diff_command->add_flag("--symbols", diff.symbols, "List the symbols on changed lines");
+  add_common_flags(*diff_command, diff.source_only, diff.json);
+  add_page_options(*diff_command, diff.limit, diff.offset);
+}
+
+void Parser::add_index() {
+  CLI::App* command = app.add_subcommand("index", "Build or update the index");
+  command->add_flag("--full", index.full, "Rebuild from scratch instead of updating");
+}
+
+CommandLine Parser::result() const {
+  CommandLine line{global, index};
+  line.global.index = index_file.value();
+  if (recent_command->parsed()) {
+    RecentArgs args = recent;
+    args.branch = recent_branch.value();
+    line.command = args;
+  } else if (hotspots_command->parsed()) {
+    HotspotsArgs args = hotspots;
+    args.branch = hotspots_branch.value();
+    line.command = args;
+  } else if (diff_command->parsed()) {
+    DiffArgs args = diff;
+    args.base = diff_base.value();
+    args.head = diff_head.value();
+    line.command = args;
+  }
+  return line;
+}
+
+bool takes_value(std::string_view name) {
+  for (std::string_view option : {"--repo", "--index", "--since", "--branch", "--group-by",
+                                  "--base", "--head", "--limit", "--offset"}) {
+    if (name == option) return true;
+  }
+  return false;
+}
+
+// CLI11 reads "--branch=" as a missing value; here it is the empty name, as
+// `--branch ''` is. Returns the arguments last first, as CLI11 takes them.
+std::vector<std::string> cli11_arguments(const std::vector<std::string>& args) {
+  std::vector<std::string> reversed;
+  for (auto it = args.rbegin(); it != args.rend(); ++it) {
+    if (it->size() > 1 && it->back() == '=' &&
+        takes_value(std::string_view(*it).substr(0, it->size() - 1))) {
+      reversed.push_back("");
+      reversed.push_back(it->substr(0, it->size() - 1));
+    } else {
+      reversed.push_back(*it);
+    }
+  }
+  return reversed;
+}
+
+// CLI11 reports an unknown command as a missing one; name it instead.
+std::string usage_message(const CLI::App& app, const CLI::ParseError& error) {
+  const std::vector<std::string> left = app.remaining();
+  if (app.get_subcommands().empty() && !left.empty() && !left.front().starts_with("-")) {
+    return "unknown command " + quoted_text(left.front()) +
+           "; the commands are recent, hotspots, diff and index";
+  }
+  return terminal_message(error.what());
+}
+
+}  // namespace
+
+ParsedCommandLine parse_command_line(const std::vector<std::string>& args) {
+  Parser parser;
+  std::vector<std::string> reversed = cli11_arguments(args);
+  ParsedCommandLine parsed;
+  try {
+    parser.app.parse(reversed);
+  } catch (const CLI::CallForHelp&) {
+    parsed.out = parser.app.help();
+    return parsed;
+  } catch (const CLI::CallForVersion&) {
+    parsed.out = std::string(kVersionText) + "\n";
+    return parsed;
+  } catch (const CLI::ParseError& e) {
+    parsed.exit_code = kExitUsage;
+    parsed.err =
+        "lomarind: " + usage_message(parser.app, e) + "\nRun 'lomarind --help' for usage.\n";
+    return parsed;
+  }
+  parsed.command_line = parser.result();
+  return parsed;
+}
+
+}  // namespace lomarind::cli

@@ -1,0 +1,78 @@
+// What the user asked for on the command line, read with CLI11:
+//
+//   lomarind [--repo DIR] [--index FILE] COMMAND [options]
+//
+// with the global options also accepted after COMMAND. An option left out is
+// absent (nullopt); an empty value is a value.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+namespace lomarind::cli {
+
+inline constexpr int kExitOk = 0;
+inline constexpr int kExitFailure = 1;  // the question could not be answered
+inline constexpr int kExitUsage = 2;    // the command line itself is wrong
+
+struct GlobalOptions {
+  std::string repo = ".";            // any folder inside a work tree
+  std::optional<std::string> index;  // absent: the default index file
+};
+
+struct RecentArgs {
+  std::string since;
+  std::optional<std::string> branch;
+  bool symbols = false;
+  bool source_only = false;
+  std::int64_t limit = 50;
+  std::int64_t offset = 0;
+  bool json = false;
+};
+
+struct HotspotsArgs {
+  std::string since;
+  std::optional<std::string> branch;
+  std::string group_by = "file";
+  bool source_only = false;
+  std::int64_t limit = 50;
+  std::int64_t offset = 0;
+  bool json = false;
+};
+
+struct DiffArgs {
+  std::optional<std::string> base;
+  std::optional<std::string> head;
+  bool symbols = false;
+  bool source_only = false;
+  std::int64_t limit = 50;
+  std::int64_t offset = 0;
+  bool json = false;
+};
+
+struct IndexArgs {
+  bool full = false;
+};
+
+struct CommandLine {
+  GlobalOptions global;
+  std::variant<RecentArgs, HotspotsArgs, DiffArgs, IndexArgs> command;
+};
+
+// The outcome of reading the arguments: a command to run, or an exit code
+// with the text to print (help and version on stdout, a usage error on
+// stderr, exit code kExitUsage).
+struct ParsedCommandLine {
+  std::optional<CommandLine> command_line;
+  int exit_code = kExitOk;
+  std::string out;
+  std::string err;
+};
+
+// `args` are the program's arguments without the program name.
+ParsedCommandLine parse_command_line(const std::vector<std::string>& args);
+
+}  // namespace lomarind::cli

@@ -1,0 +1,26 @@
+// Text bound for a terminal: names from a repository may hold control
+// characters (an escape sequence in a file name would drive the terminal)
+// or bytes that are not UTF-8, so they are shown escaped, never raw.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace lomarind::cli {
+
+// `text` with every character that does not print escaped: \t, \n and \r,
+// then \xhh, \uhhhh or \Uhhhhhhhh (control, format, separator other than
+// the space, private-use and unassigned characters). A byte that is not
+// valid UTF-8 is written \xhh. Printable characters pass unchanged.
+std::string terminal_text(std::string_view text);
+
+// As terminal_text, but keeps line feeds and tabs: for multi-line messages
+// such as git's own error text.
+std::string terminal_message(std::string_view text);
+
+// The number of terminal columns `text` takes (wide characters count two,
+// combining marks none). REQUIRES: `text` came from terminal_text.
+std::size_t display_width(std::string_view text);
+
+}  // namespace lomarind::cli

@@ -1,0 +1,213 @@
+#include "lomarind/storage/index_file.h"
+
+#include <SQLiteCpp/Exception.h>
+#include <SQLiteCpp/Statement.h>
+#include <SQLiteCpp/Transaction.h>
+#include <fcntl.h>
+#include <sqlite3.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <exception>
+#include <string>
+#include <system_error>
+
+namespace lomarind::repository_changes {
+namespace {
+
+constexpr char kSchema[] = R"sql(
+CREATE TABLE files   (path TEXT PRIMARY KEY, language TEXT, component TEXT);
+CREATE TABLE symbols (path TEXT NOT NULL, name TEXT NOT NULL, kind TEXT NOT NULL,
+                      fqn TEXT NOT NULL, start_line INTEGER NOT NULL, end_line INTEGER NOT NULL);
+CREATE INDEX symbols_by_path ON symbols(path, start_line);
+CREATE TABLE meta    (key TEXT PRIMARY KEY, value TEXT);
+)sql";
+
+// Every table with its columns in order, as verify_schema() lists them.
+constexpr std::string_view kSchemaColumns =
+    "files(path,language,component) meta(key,value) "
+    "symbols(path,name,kind,fqn,start_line,end_line) ";
+
+constexpr std::string_view kForeignAdvice = "; pass --index FILE or remove it";
+
+std::string failure(const std::filesystem::path& path, std::string_view doing,
+                    std::string_view reason) {
+  return "cannot " + std::string(doing) + " index " + path.string() + ": " + std::string(reason);
+}
+
+std::string reason_for(const SQLite::Exception& e) {
+  switch (e.getExtendedErrorCode()) {
+    case SQLITE_READONLY_ROLLBACK:
+      return "an interrupted lomarind index left an unfinished update; run lomarind index to "
+             "recover it";
+    case SQLITE_CANTOPEN_SYMLINK:
+      return "it is a symbolic link, which is never followed; pass --index with the file itself";
+  }
+  switch (e.getErrorCode()) {
+    case SQLITE_NOTADB:
+      return "not a lomarind index (not an SQLite database)" + std::string(kForeignAdvice);
+    case SQLITE_CORRUPT:
+      return "the file is damaged (" + std::string(e.what()) +
+             "); remove it and run lomarind index";
+    case SQLITE_BUSY:
+      return "the index is busy: another lomarind index is writing it; try again when it has "
+             "finished";
+    case SQLITE_READONLY:
+      return "the file is read-only; make it writable or pass --index FILE";
+  }
+  return e.what();
+}
+
+// The index location with its directory's symbolic links resolved, so
+// that only the file itself is subject to the no-follow rule.
+std::filesystem::path resolve_location(const std::filesystem::path& path) {
+  const std::filesystem::path absolute = std::filesystem::absolute(path);
+  if (absolute.filename().empty()) {
+    throw IndexError(failure(path, "open", "not a file name; pass --index FILE"));
+  }
+  std::error_code error;
+  const std::filesystem::path parent = std::filesystem::canonical(absolute.parent_path(), error);
+  return error ? absolute : parent / absolute.filename();
+}
+
+// Whether a file is at `location`; throws for anything but a regular file.
+bool index_file_exists(const std::filesystem::path& location, const std::filesystem::path& path) {
+  std::error_code error;
+  const std::filesystem::file_status status = std::filesystem::symlink_status(location, error);
+  if (status.type() == std::filesystem::file_type::not_found) return false;
+  if (error) throw IndexError(failure(path, "open", error.message()));
+  if (status.type() == std::filesystem::file_type::symlink) {
+    throw IndexError(failure(path, "open",
+                             "it is a symbolic link, which is never followed; pass --index with "
+                             "the file itself"));
+  }
+  if (status.type() != std::filesystem::file_type::regular) {
+    throw IndexError(failure(path, "open", "not a regular file; pass --index FILE"));
+  }
+  return true;
+}
+
+void verify_schema(const SQLite::Database& db, const std::filesystem::path& path) {
+  SQLite::Statement version(db, "PRAGMA user_version");
+  version.executeStep();
+  const int user_version = version.getColumn(0).getInt();
+  if (user_version != kIndexSchemaVersion) {
+    throw IndexError(failure(path, "open",
+                             "not a lomarind index (user_version " + std::to_string(user_version) +
+                                 ")" + std::string(kForeignAdvice)));
+  }
+  SQLite::Statement tables(db,
+                           "SELECT m.name, p.name FROM sqlite_schema AS m "
+                           "JOIN pragma_table_info(m.name) AS p "
+                           "WHERE m.type = 'table' ORDER BY m.name, p.cid");
+  std::string found;
+  std::string table;
+  while (tables.executeStep()) {
+    const std::string name = tables.getColumn(0).getString();
+    if (name != table) {
+      if (!table.empty()) found += ") ";
+      found += name + "(";
+      table = name;
+    } else {
+      found += ",";
+    }
+    found += tables.getColumn(1).getString();
+  }
+  if (!table.empty()) found += ") ";
+  if (found != kSchemaColumns) {
+    throw IndexError(failure(
+        path, "open", "not a lomarind index (unexpected tables)" + std::string(kForeignAdvice)));
+  }
+}
+
+// Removes a file on every exit path unless released.
+class UnlinkGuard {
+ public:
+  explicit UnlinkGuard(std::string path) : path_(std::move(path)) {}
+  ~UnlinkGuard() { ::unlink(path_.c_str()); }
+  UnlinkGuard(const UnlinkGuard&) = delete;
+  UnlinkGuard& operator=(const UnlinkGuard&) = delete;
+
+ private:
+  std::string path_;
+};
+
+// Builds an empty index beside `location` and links it into place, so the
+// file appears with its schema or not at all, and a file that appeared in
+// the meantime is left alone.
+void create_index_file(const std::filesystem::path& location, const std::filesystem::path& path) {
+  std::error_code error;
+  std::filesystem::create_directories(location.parent_path(), error);
+  if (error) throw IndexError(failure(path, "create", error.message()));
+  std::string temporary = location.parent_path() / ".";
+  temporary += location.filename().string();
+  temporary += ".new-XXXXXX";
+  const int fd = ::mkstemp(temporary.data());
+  if (fd < 0) throw IndexError(failure(path, "create", std::strerror(errno)));
+  UnlinkGuard remove_temporary(temporary);
+  ::fchmod(fd, 0644);
+  ::close(fd);
+  try {
+    SQLite::Database db(temporary.c_str(), SQLite::OPEN_READWRITE | SQLite::OPEN_NOFOLLOW);
+    SQLite::Transaction transaction(db);
+    db.exec(kSchema);
+    db.exec("PRAGMA user_version = " + std::to_string(kIndexSchemaVersion));
+    transaction.commit();
+  } catch (const SQLite::Exception&) {
+    throw_index_error(path, "create");
+  }
+  if (::link(temporary.c_str(), location.c_str()) != 0 && errno != EEXIST) {
+    throw IndexError(failure(path, "create", std::strerror(errno)));
+  }
+}
+
+}  // namespace
+
+void throw_index_error(const std::filesystem::path& path, std::string_view doing) {
+  try {
+    throw;
+  } catch (const SQLite::Exception& e) {
+    std::throw_with_nested(IndexError(failure(path, doing, reason_for(e))));
+  }
+}
+
+std::unique_ptr<IndexDb::Impl> open_index_for_queries(const std::filesystem::path& path) {
+  const std::filesystem::path location = resolve_location(path);
+  if (!index_file_exists(location, path)) return nullptr;
+  try {
+    auto impl = std::unique_ptr<IndexDb::Impl>(new IndexDb::Impl{
+        path,
+        SQLite::Database(location.c_str(), SQLite::OPEN_READONLY | SQLite::OPEN_NOFOLLOW,
+                         kBusyTimeoutMs),
+        {}});
+    verify_schema(impl->db, path);
+    return impl;
+  } catch (const SQLite::Exception&) {
+    throw_index_error(path, "open");
+  }
+}
+
+SQLite::Database open_index_for_writing(const std::filesystem::path& path, int busy_timeout_ms) {
+  const std::filesystem::path location = resolve_location(path);
+  if (!index_file_exists(location, path)) create_index_file(location, path);
+  try {
+    SQLite::Database db(location.c_str(), SQLite::OPEN_READWRITE | SQLite::OPEN_NOFOLLOW,
+                        busy_timeout_ms);
+    verify_schema(db, path);
+    if (sqlite3_db_readonly(db.getHandle(), "main") == 1) {
+      throw IndexError(failure(path, "write",
+                               "the file is read-only; make it writable or pass "
+                               "--index FILE"));
+    }
+    // Dirty pages stay in memory until commit, so readers are never locked
+    // out while a run builds its transaction.
+    db.exec("PRAGMA cache_spill = OFF");
+    return db;
+  } catch (const SQLite::Exception&) {
+    throw_index_error(path, "open");
+  }
+}
+
+}  // namespace lomarind::repository_changes

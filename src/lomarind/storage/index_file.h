@@ -1,0 +1,44 @@
+// Opening the index file, for queries and for the indexer. Both opens
+// refuse a symbolic link at the index location and any file that is not
+// our schema, and never modify such a file. Internal to storage/.
+#pragma once
+
+#include <SQLiteCpp/Database.h>
+
+#include <filesystem>
+#include <memory>
+#include <mutex>
+#include <string_view>
+
+#include "lomarind/storage/sqlite_index.h"
+
+namespace lomarind::repository_changes {
+
+// The schema version written to PRAGMA user_version.
+inline constexpr int kIndexSchemaVersion = 1;
+
+// How long a query or the indexer waits for another connection's lock.
+inline constexpr int kBusyTimeoutMs = 5000;
+
+struct IndexDb::Impl {
+  std::filesystem::path path;  // as the caller named it, for messages
+  SQLite::Database db;
+  // A connection must not run statements from two threads at once.
+  mutable std::mutex mutex;
+};
+
+// Opens an existing index file read-only. Returns nullptr when there is no
+// file at `path`. Throws IndexError for a file we must not or cannot use.
+std::unique_ptr<IndexDb::Impl> open_index_for_queries(const std::filesystem::path& path);
+
+// Opens the index file for writing, creating it with the schema when there
+// is none (the new file appears whole or not at all). Throws IndexError for
+// a symlink, a foreign or read-only file.
+SQLite::Database open_index_for_writing(const std::filesystem::path& path,
+                                        int busy_timeout_ms = kBusyTimeoutMs);
+
+// Turns the SQLite failure being handled into an IndexError about `path`
+// (`doing` is e.g. "open" or "query"), keeping it as the nested cause.
+[[noreturn]] void throw_index_error(const std::filesystem::path& path, std::string_view doing);
+
+}  // namespace lomarind::repository_changes

@@ -1,0 +1,197 @@
+#include "lomarind/storage/index_writer.h"
+
+#include <SQLiteCpp/Exception.h>
+
+#include "lomarind/storage/index_file.h"
+
+namespace lomarind::repository_changes {
+namespace {
+
+void bind_optional(SQLite::Statement& statement, int index,
+                   const std::optional<std::string>& value) {
+  if (value) {
+    statement.bind(index, *value);
+  } else {
+    statement.bind(index);
+  }
+}
+
+std::optional<std::string> optional_text(const SQLite::Column& column) {
+  if (column.isNull()) return std::nullopt;
+  return column.getString();
+}
+
+std::string prefix_end(std::string prefix) {
+  prefix.back() = static_cast<char>(prefix.back() + 1);
+  return prefix;
+}
+
+}  // namespace
+IndexWriter::IndexWriter(const std::filesystem::path& path, int busy_timeout_ms)
+    : path_(path),
+      db_(open_index_for_writing(path, busy_timeout_ms)),
+      delete_file_(db_, "DELETE FROM files WHERE path = ?"),
+      delete_symbols_(db_, "DELETE FROM symbols WHERE path = ?"),
+      insert_file_(db_, "INSERT INTO files (path, language, component) VALUES (?, ?, ?)"),
+      insert_symbol_(db_,
+                     "INSERT INTO symbols (path, name, kind, fqn, start_line, end_line) "
+                     "VALUES (?, ?, ?, ?, ?, ?)"),
+      update_facts_(db_, "UPDATE files SET language = ?, component = ? WHERE path = ?") {
+  guarded([this] { db_.exec("BEGIN IMMEDIATE"); });
+  open_ = true;
+}
+
+IndexWriter::~IndexWriter() {
+  if (!open_) return;
+  try {
+    db_.exec("ROLLBACK");
+  } catch (const SQLite::Exception&) {
+    // Closing the connection rolls back what is left.
+  }
+}
+
+template <typename Write>
+void IndexWriter::guarded(Write write) const {
+  try {
+    write();
+  } catch (const SQLite::Exception&) {
+    throw_index_error(path_, "write");
+  }
+}
+
+std::optional<std::string> IndexWriter::meta(const std::string& key) const {
+  std::optional<std::string> value;
+  guarded([&] {
+    SQLite::Statement query(db_, "SELECT value FROM meta WHERE key = ?");
+    query.bind(1, key);
+    if (query.executeStep() && !query.getColumn(0).isNull()) {
+      value = query.getColumn(0).getString();
+    }
+  });
+  return value;
+}
+
+void IndexWriter::set_meta(const std::string& key, const std::string& value) {
+  guarded([&] {
+    SQLite::Statement statement(db_, "INSERT OR REPLACE INTO meta (key, value) VALUES (?, ?)");
+    statement.bind(1, key);
+    statement.bind(2, value);
+    statement.exec();
+  });
+}
+
+void IndexWriter::erase_meta(const std::string& key) {
+  guarded([&] {
+    SQLite::Statement statement(db_, "DELETE FROM meta WHERE key = ?");
+    statement.bind(1, key);
+    statement.exec();
+  });
+}
+
+// Keys `prefix` + path sort between the prefix and the prefix with its last
+// byte raised by one, whatever bytes the paths hold.
+std::vector<std::string> IndexWriter::meta_paths(const std::string& prefix) const {
+  std::vector<std::string> paths;
+  guarded([&] {
+    SQLite::Statement query(db_, "SELECT key FROM meta WHERE key > ? AND key < ? ORDER BY key");
+    query.bind(1, prefix);
+    query.bind(2, prefix_end(prefix));
+    while (query.executeStep())
+      paths.push_back(query.getColumn(0).getString().substr(prefix.size()));
+  });
+  return paths;
+}
+
+void IndexWriter::set_meta_paths(const std::string& prefix, const std::vector<std::string>& paths) {
+  guarded([&] {
+    SQLite::Statement clear(db_, "DELETE FROM meta WHERE key > ? AND key < ?");
+    clear.bind(1, prefix);
+    clear.bind(2, prefix_end(prefix));
+    clear.exec();
+    SQLite::Statement insert(db_, "INSERT OR REPLACE INTO meta (key, value) VALUES (?, NULL)");
+    for (const std::string& path : paths) {
+      insert.reset();
+      insert.bind(1, prefix + path);
+      insert.exec();
+    }
+  });
+}
+
+IndexedPaths IndexWriter::stored_files() const {
+  IndexedPaths files;
+  guarded([&] {
+    SQLite::Statement query(db_, "SELECT path, language, component FROM files");
+    while (query.executeStep()) {
+      files.emplace(query.getColumn(0).getString(), IndexedPath{optional_text(query.getColumn(1)),
+                                                                optional_text(query.getColumn(2))});
+    }
+  });
+  return files;
+}
+
+void IndexWriter::set_facts(const IndexedFile& file) {
+  guarded([&] {
+    update_facts_.reset();
+    bind_optional(update_facts_, 1, file.language);
+    bind_optional(update_facts_, 2, file.component);
+    update_facts_.bind(3, file.path);
+    update_facts_.exec();
+  });
+}
+
+IndexWriter::Totals IndexWriter::totals() const {
+  Totals totals;
+  guarded([&] {
+    SQLite::Statement query(db_,
+                            "SELECT (SELECT COUNT(*) FROM files), (SELECT COUNT(*) FROM symbols), "
+                            "(SELECT COUNT(DISTINCT language) FROM files)");
+    query.executeStep();
+    totals.files = static_cast<std::size_t>(query.getColumn(0).getInt64());
+    totals.symbols = static_cast<std::size_t>(query.getColumn(1).getInt64());
+    totals.languages = static_cast<std::size_t>(query.getColumn(2).getInt64());
+  });
+  return totals;
+}
+
+void IndexWriter::clear() {
+  guarded([this] { db_.exec("DELETE FROM symbols; DELETE FROM files;"); });
+}
+
+void IndexWriter::remove_file(const std::string& path) {
+  guarded([&] {
+    for (SQLite::Statement* statement : {&delete_symbols_, &delete_file_}) {
+      statement->reset();
+      statement->bind(1, path);
+      statement->exec();
+    }
+  });
+}
+
+void IndexWriter::put_file(const IndexedFile& file) {
+  remove_file(file.path);
+  guarded([&] {
+    insert_file_.reset();
+    insert_file_.bind(1, file.path);
+    bind_optional(insert_file_, 2, file.language);
+    bind_optional(insert_file_, 3, file.component);
+    insert_file_.exec();
+    insert_symbol_.reset();
+    insert_symbol_.bind(1, file.path);
+    for (const IndexedSymbol& symbol : file.symbols) {
+      insert_symbol_.reset();
+      insert_symbol_.bind(2, symbol.name);
+      insert_symbol_.bind(3, symbol.kind);
+      insert_symbol_.bind(4, symbol.fqn);
+      insert_symbol_.bind(5, symbol.start_line);
+      insert_symbol_.bind(6, symbol.end_line);
+      insert_symbol_.exec();
+    }
+  });
+}
+
+void IndexWriter::commit() {
+  guarded([this] { db_.exec("COMMIT"); });
+  open_ = false;
+}
+
+}  // namespace lomarind::repository_changes

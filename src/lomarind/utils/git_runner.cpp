@@ -1,0 +1,110 @@
+#include "lomarind/utils/git_runner.h"
+
+#include <cerrno>
+#include <string_view>
+#include <system_error>
+
+#include "lomarind/utils/git_utils.h"
+#include "lomarind/utils/subprocess.h"
+
+namespace lomarind::git_utils {
+namespace {
+
+// Each option shuts out a repository setting that could run a program
+// (fsmonitor, signature checks, a pager) or change the output we parse.
+// clang-format off
+constexpr const char* kSafetyOptions[] = {
+    "--no-pager",
+    "--literal-pathspecs",
+    "-c", "core.quotePath=false",
+    "-c", "core.fsmonitor=false",
+    "-c", "log.showSignature=false",
+    "-c", "log.showRoot=true",
+    "-c", "color.ui=never",
+    "-c", "diff.renameLimit=1000",
+    "-c", "diff.interHunkContext=0",
+    "-c", "diff.indentHeuristic=true",
+};
+// clang-format on
+
+// No prompt may wait for a terminal, no optional lock may touch the
+// repository, no system config applies, and messages are untranslated.
+constexpr const char* kFixedEnvironment[] = {
+    "GIT_TERMINAL_PROMPT=0",
+    "GIT_OPTIONAL_LOCKS=0",
+    "GIT_CONFIG_NOSYSTEM=1",
+    "LC_ALL=C",
+};
+
+// A GIT_DIR or GIT_WORK_TREE left behind by a hook must not redirect us,
+// nor GIT_CONFIG_* inject settings.
+bool is_dropped(std::string_view entry) {
+  return entry.starts_with("GIT_") || entry.starts_with("LC_ALL=");
+}
+
+std::string_view trim(std::string_view text) {
+  constexpr std::string_view kBlanks = " \t\r\n";
+  std::size_t first = text.find_first_not_of(kBlanks);
+  if (first == std::string_view::npos) return {};
+  std::size_t last = text.find_last_not_of(kBlanks);
+  return text.substr(first, last - first + 1);
+}
+
+}  // namespace
+
+std::vector<std::string> GitRunner::command_line(const std::filesystem::path& repo_root,
+                                                 const std::vector<std::string>& args) const {
+  std::vector<std::string> argv = {git_program_};
+  argv.insert(argv.end(), std::begin(kSafetyOptions), std::end(kSafetyOptions));
+  argv.push_back("-C");
+  argv.push_back(repo_root.string());
+  argv.insert(argv.end(), args.begin(), args.end());
+  return argv;
+}
+
+std::vector<std::string> GitRunner::environment() const {
+  std::vector<std::string> env;
+  std::vector<std::string> start =
+      environment_ ? *environment_ : subprocess::inherited_environment();
+  for (std::string& entry : start) {
+    if (!is_dropped(entry)) env.push_back(std::move(entry));
+  }
+  env.insert(env.end(), std::begin(kFixedEnvironment), std::end(kFixedEnvironment));
+  return env;
+}
+
+GitResult GitRunner::run(const std::filesystem::path& repo_root,
+                         const std::vector<std::string>& args) const {
+  subprocess::Command command{command_line(repo_root, args), environment(), {}, {}};
+  subprocess::Result result;
+  try {
+    result = subprocess::run(command);
+  } catch (const std::system_error& e) {
+    if (e.code() == std::errc::no_such_file_or_directory) {
+      throw GitError("git is not installed or not on PATH", command.argv);
+    }
+    throw GitError(std::string("cannot run git: ") + e.what(), command.argv);
+  }
+  if (result.signal != 0) {
+    throw GitError("git was killed by signal " + std::to_string(result.signal), command.argv,
+                   result.exit_status);
+  }
+  return {result.exit_status, std::move(result.out), std::move(result.err)};
+}
+
+std::string GitRunner::run_checked(const std::filesystem::path& repo_root,
+                                   const std::vector<std::string>& args) const {
+  GitResult result = run(repo_root, args);
+  if (result.exit_status != 0) throw failure(repo_root, args, result);
+  return std::move(result.out);
+}
+
+GitError GitRunner::failure(const std::filesystem::path& repo_root,
+                            const std::vector<std::string>& args, const GitResult& result) const {
+  std::string_view message = trim(result.err);
+  return GitError(message.empty() ? "git exited with status " + std::to_string(result.exit_status)
+                                  : std::string(message),
+                  command_line(repo_root, args), result.exit_status);
+}
+
+}  // namespace lomarind::git_utils

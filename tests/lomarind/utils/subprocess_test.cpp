@@ -1,0 +1,96 @@
+#include "lomarind/utils/subprocess.h"
+
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <fstream>
+#include <stdexcept>
+#include <system_error>
+#include <thread>
+
+namespace lomarind::subprocess {
+namespace {
+
+Command shell(const std::string& script, std::string input = "") {
+  return {{"sh", "-c", script}, {"PATH=/usr/bin:/bin", "ONLY=1"}, std::move(input), "/"};
+}
+
+TEST(SubprocessTest, DrainsBothOutputsAndFeedsInputWithoutDeadlock) {
+  Result r = run(
+      shell("head -c 3000000 /dev/zero >&2; cat; env; pwd; exit 3", std::string(3'000'000, 'x')));
+  EXPECT_EQ(r.exit_status, 3);
+  EXPECT_EQ(r.err.size(), 3000000u);
+  EXPECT_EQ(r.out.substr(0, 3000000), std::string(3'000'000, 'x'));
+  EXPECT_NE(r.out.find("\nONLY=1\n"), std::string::npos);  // exactly the given environment
+  EXPECT_EQ(r.out.find("HOME="), std::string::npos);
+  EXPECT_TRUE(r.out.ends_with("\n/\n"));
+  EXPECT_EQ(run(shell("exit 0", std::string(2'000'000, 'x'))).exit_status, 0);  // unread input
+  Result killed = run(shell("kill -9 $$"));
+  EXPECT_EQ(killed.signal, SIGKILL);
+  EXPECT_EQ(killed.exit_status, 128 + SIGKILL);
+}
+
+TEST(SubprocessTest, SinkGetsStdoutAndItsExceptionKillsTheChild) {
+  std::size_t total = 0;
+  Result r =
+      run(shell("head -c 2000000 /dev/zero"), [&](std::string_view c) { total += c.size(); });
+  EXPECT_EQ(total, 2000000u);
+  EXPECT_TRUE(r.out.empty());
+  // `yes` never stops on its own: run() can only return once it was killed.
+  EXPECT_THROW(run(shell("yes"), [](std::string_view) { throw std::runtime_error("enough"); }),
+               std::runtime_error);
+}
+
+TEST(SubprocessTest, MissingProgramIsNoSuchFile) {
+  for (Command command :
+       {Command{{"lomarind-no-such-program"}, {"PATH=/usr/bin:/bin"}, "", {}},
+        Command{{"sh"}, {"PATH="}, "", {}}, Command{{"sh"}, {"PATH=bin:."}, "", {}},
+        Command{{"/nonexistent/sh"}, {}, "", {}}}) {
+    SCOPED_TRACE(command.argv[0]);
+    try {
+      run(command);
+      ADD_FAILURE() << "no error";
+    } catch (const std::system_error& e) {
+      EXPECT_EQ(e.code(), std::errc::no_such_file_or_directory);
+    }
+  }
+}
+
+// A zombie that nobody reaps (no init in a container) counts as gone.
+bool process_is_gone(pid_t pid) {
+  std::ifstream stat("/proc/" + std::to_string(pid) + "/stat");
+  std::string skip, state;
+  return !(stat >> skip >> skip >> state) || state == "Z";
+}
+
+TEST(SubprocessTest, ChildDiesWithUs) {
+  int report[2];
+  ASSERT_EQ(pipe(report), 0);
+  pid_t runner = fork();
+  ASSERT_GE(runner, 0);
+  if (runner == 0) {
+    run(shell("echo $$; exec sleep 1000"), [&](std::string_view chunk) {
+      [[maybe_unused]] ssize_t n = write(report[1], chunk.data(), chunk.size());
+    });
+    _exit(0);
+  }
+  close(report[1]);
+  char buffer[32] = {};
+  ASSERT_GT(read(report[0], buffer, sizeof buffer - 1), 0);
+  close(report[0]);
+  pid_t grandchild = static_cast<pid_t>(std::stol(buffer));
+  kill(runner, SIGKILL);
+  waitpid(runner, nullptr, 0);
+  bool gone = false;
+  for (int i = 0; i < 500 && !(gone = process_is_gone(grandchild)); ++i) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+  EXPECT_TRUE(gone);
+  if (!gone) kill(grandchild, SIGKILL);
+}
+
+}  // namespace
+}  // namespace lomarind::subprocess
