@@ -11,7 +11,7 @@ using testing::change;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-class BranchDiffTest : public testing::GitHistoryTest {
+class BranchDiffAnswerTest : public testing::GitHistoryTest {
  protected:
   void SetUp() override {
     git_.commits = {{"main", "c1"}, {"feature", "c2"}, {"HEAD", "c1"}};
@@ -39,7 +39,7 @@ class BranchDiffTest : public testing::GitHistoryTest {
   }
 };
 
-TEST_F(BranchDiffTest, FiltersPagesAndReadsSymbolsForThePageOnly) {
+TEST_F(BranchDiffAnswerTest, FiltersPagesAndReadsSymbolsForThePageOnly) {
   testing::expect_golden("branch_diff", ask("feature", true, 2, 0, true));
   EXPECT_THAT(git_.calls,
               ElementsAre("resolve_commit(main)", "resolve_commit(feature)",
@@ -52,7 +52,7 @@ TEST_F(BranchDiffTest, FiltersPagesAndReadsSymbolsForThePageOnly) {
                           "per_file=10)"));
 }
 
-TEST_F(BranchDiffTest, SameCommitNotesItAndReadsNothingMore) {
+TEST_F(BranchDiffAnswerTest, SameCommitNotesItAndReadsNothingMore) {
   EXPECT_EQ(ask(std::nullopt, true, 10, 0, false).dump(),
             R"({"base_branch":"main","head_branch":"main","commit_count":0,"excluded_files":0,)"
             R"("note":"Already on base branch","files":[],"total_count":0,"truncated":false,)"
@@ -64,7 +64,7 @@ TEST_F(BranchDiffTest, SameCommitNotesItAndReadsNothingMore) {
                "Branch 'x' not found; leave head_branch empty to use the current branch");
 }
 
-TEST_F(BranchDiffTest, PagePastTheEndStillCountsEveryFile) {
+TEST_F(BranchDiffAnswerTest, PagePastTheEndStillCountsEveryFile) {
   const Json answer = ask("feature", true, 10, 9, false);
   EXPECT_EQ(answer.at("files"), Json::array());
   EXPECT_EQ(answer.at("total_count"), 5);
