@@ -18,9 +18,9 @@ using lomarind::testing::TempGitRepo;
 constexpr std::int64_t kDay = 86400;
 constexpr std::int64_t kStart = 1700000000;  // 2023-11-14
 
-class LomarindTest : public ::testing::Test {
+class LomarindProgramTest : public ::testing::Test {
  protected:
-  LomarindTest() {
+  LomarindProgramTest() {
     repo_.write("src/app/main.cc", "int main() {}\n");
     repo_.write("README.md", "hello\n");
     repo_.commit("first", kStart);
@@ -57,7 +57,7 @@ class LomarindTest : public ::testing::Test {
   TempGitRepo repo_;
 };
 
-TEST_F(LomarindTest, HotspotsJsonKeepsTheAnswersKeyOrderAndNumberKinds) {
+TEST_F(LomarindProgramTest, HotspotsJsonKeepsTheAnswersKeyOrderAndNumberKinds) {
   const CommandResult result = lomarind({"hotspots", "--since", "2023-01-01", "--json"});
   ASSERT_EQ(result.status, 0) << result.err;
   const Json hot = Json::parse(result.out);
@@ -76,7 +76,7 @@ TEST_F(LomarindTest, HotspotsJsonKeepsTheAnswersKeyOrderAndNumberKinds) {
   EXPECT_NE(result.out.find("\"risk_score\": 0.33"), std::string::npos);
 }
 
-TEST_F(LomarindTest, RecentAndDiffAnswerWithTheirOwnKeys) {
+TEST_F(LomarindProgramTest, RecentAndDiffAnswerWithTheirOwnKeys) {
   const Json recent = answer({"recent", "--since", "2023-01-01", "--json", "--limit", "1"});
   EXPECT_EQ(keys(recent),
             (std::vector<std::string>{"since", "branch", "commit_count", "excluded_files", "files",
@@ -99,7 +99,7 @@ TEST_F(LomarindTest, RecentAndDiffAnswerWithTheirOwnKeys) {
                                     {"deletions", 0}}));
 }
 
-TEST_F(LomarindTest, ExitStatusSaysWhoIsWrong) {
+TEST_F(LomarindProgramTest, ExitStatusSaysWhoIsWrong) {
   struct Case {
     const char* name;
     std::vector<std::string> args;
@@ -135,7 +135,7 @@ TEST_F(LomarindTest, ExitStatusSaysWhoIsWrong) {
   }
 }
 
-TEST_F(LomarindTest, RepoMayBeAnyFolderInsideTheWorkTree) {
+TEST_F(LomarindProgramTest, RepoMayBeAnyFolderInsideTheWorkTree) {
   TempDir elsewhere;
   const CommandResult result = lomarind({"--repo", (repo_.root() / "src" / "lib").string(),
                                          "recent", "--since", "2023-01-01", "--json"},
@@ -151,7 +151,7 @@ TEST_F(LomarindTest, RepoMayBeAnyFolderInsideTheWorkTree) {
   EXPECT_EQ(outside.out, "");
 }
 
-TEST_F(LomarindTest, MissingIndexIsSaidOnceAndIsEmpty) {
+TEST_F(LomarindProgramTest, MissingIndexIsSaidOnceAndIsEmpty) {
   const CommandResult result =
       lomarind({"hotspots", "--since", "2023-01-01", "--group-by", "component", "--source-only"});
   ASSERT_EQ(result.status, 0) << result.err;
@@ -162,7 +162,7 @@ TEST_F(LomarindTest, MissingIndexIsSaidOnceAndIsEmpty) {
   EXPECT_NE(result.out.find("unknown"), std::string::npos);
 }
 
-TEST_F(LomarindTest, GivenIndexGivesComponents) {
+TEST_F(LomarindProgramTest, GivenIndexGivesComponents) {
   TempDir dir;
   const auto index = dir.path() / "index.db";
   {
@@ -188,7 +188,7 @@ TEST_F(LomarindTest, GivenIndexGivesComponents) {
   EXPECT_EQ(bad.out, "");
 }
 
-TEST_F(LomarindTest, IndexCommandBuildsTheDefaultIndex) {
+TEST_F(LomarindProgramTest, IndexCommandBuildsTheDefaultIndex) {
   const CommandResult index = lomarind({"index"});
   ASSERT_EQ(index.status, 0) << index.err;
   EXPECT_TRUE(index.out.starts_with("Indexed 3 files")) << index.out;
@@ -201,7 +201,7 @@ TEST_F(LomarindTest, IndexCommandBuildsTheDefaultIndex) {
   EXPECT_EQ(Json::parse(result.out)["hotspots"][0]["name"], "src");
 }
 
-TEST_F(LomarindTest, PathBytesThatAreNotUtf8BecomeSurrogateEscapes) {
+TEST_F(LomarindProgramTest, PathBytesThatAreNotUtf8BecomeSurrogateEscapes) {
   repo_.write("caf\xe9\x1b.txt", "x\n");
   repo_.commit("latin-1 name", kStart + 3 * kDay);
   const CommandResult json = lomarind({"recent", "--since", "2023-01-01", "--json"});
