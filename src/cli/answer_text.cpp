@@ -76,6 +76,11 @@ std::string page_footer(const Json& answer, std::string_view key, std::string_vi
   return footer + ".\n";
 }
 
-std::string quoted_text(std::string_view text) { return "'" + terminal_text(text) + "'"; }
+std::string quoted_text(std::string_view text) {
+  std::string quoted = "'";
+  quoted += terminal_text(text);
+  quoted += '\'';
+  return quoted;
+}
 
 }  // namespace lomarind::cli
