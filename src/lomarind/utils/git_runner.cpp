@@ -11,7 +11,8 @@ namespace lomarind::git_utils {
 namespace {
 
 // Each option shuts out a repository setting that could run a program
-// (fsmonitor, signature checks, a pager) or change the output we parse.
+// (fsmonitor, signature checks, a pager, a transport fetching a missing
+// object of a partial clone) or change the output we parse.
 // clang-format off
 constexpr const char* kSafetyOptions[] = {
     "--no-pager",
@@ -24,6 +25,7 @@ constexpr const char* kSafetyOptions[] = {
     "-c", "diff.renameLimit=1000",
     "-c", "diff.interHunkContext=0",
     "-c", "diff.indentHeuristic=true",
+    "-c", "protocol.allow=never",
 };
 // clang-format on
 
@@ -32,6 +34,7 @@ constexpr const char* kSafetyOptions[] = {
 constexpr const char* kFixedEnvironment[] = {
     "GIT_TERMINAL_PROMPT=0",
     "GIT_OPTIONAL_LOCKS=0",
+    "GIT_NO_LAZY_FETCH=1",
     "GIT_CONFIG_NOSYSTEM=1",
     "LC_ALL=C",
 };

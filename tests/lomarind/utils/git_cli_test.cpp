@@ -92,7 +92,7 @@ TEST_F(GitCliTest, PeriodsAreMeasuredFromTheClock) {
 
 // main:    base(1000) -- main moves(2500)
 // feature:      \-- feature 1(2000) -- feature 2(3000)
-class BranchDiffTest : public GitCliTest {
+class GitCliBranchTest : public GitCliTest {
  protected:
   void SetUp() override {
     repo_.write("keep.txt", "1\n2\n3\n");
@@ -119,7 +119,7 @@ class BranchDiffTest : public GitCliTest {
   const std::string kOddPath = "dir/caf\xc3\xa9\n\xff.txt";
 };
 
-TEST_F(BranchDiffTest, ListsWhatTheHeadChangedSinceItLeftTheBase) {
+TEST_F(GitCliBranchTest, ListsWhatTheHeadChangedSinceItLeftTheBase) {
   std::vector<FileChange> expected = {
       {kOddPath, "added", 1, 0, std::nullopt},
       {"gone.txt", "deleted", 0, 1, std::nullopt},
@@ -133,7 +133,7 @@ TEST_F(BranchDiffTest, ListsWhatTheHeadChangedSinceItLeftTheBase) {
   EXPECT_EQ(git_.count_commits(repo_.root(), "feature", "main"), 1);
 }
 
-TEST_F(BranchDiffTest, LineSpansAreHeadSideHunksByHeadPath) {
+TEST_F(GitCliBranchTest, LineSpansAreHeadSideHunksByHeadPath) {
   std::vector<std::string> paths = {"keep.txt", "new \"name\".txt", "old name.txt", "gone.txt",
                                     "img.bin",  kOddPath,           "shared.txt"};
   LineSpansByPath expected = {
@@ -151,7 +151,7 @@ TEST_F(BranchDiffTest, LineSpansAreHeadSideHunksByHeadPath) {
 
 // c1(1000) -- c2(2000) ------ merge(3000) -- c4(4000)
 //                 \-- side(2500) --/
-class LogTest : public GitCliTest {
+class GitCliLogTest : public GitCliTest {
  protected:
   void SetUp() override {
     repo_.write("a.txt", "a\n");
@@ -172,7 +172,7 @@ class LogTest : public GitCliTest {
   std::string c1_, c2_, side_, merge_, c4_;
 };
 
-TEST_F(LogTest, ListsCommitsSinceTheStartNewestFirst) {
+TEST_F(GitCliLogTest, ListsCommitsSinceTheStartNewestFirst) {
   std::vector<CommitChanges> expected = {
       {c4_, 4000, {{"c.txt", "renamed", 0, 0, "a.txt"}}},
       {merge_, 3000, {}},
@@ -192,7 +192,7 @@ TEST_F(LogTest, ListsCommitsSinceTheStartNewestFirst) {
   EXPECT_EQ(all.back(), (CommitChanges{c1_, 1000, {{"a.txt", "added", 1, 0, std::nullopt}}}));
 }
 
-TEST_F(LogTest, CommitBeforeLeavesACommitAtTheStartToThePeriod) {
+TEST_F(GitCliLogTest, CommitBeforeLeavesACommitAtTheStartToThePeriod) {
   struct Case {
     std::int64_t start;
     std::optional<std::string> expected;
