@@ -4,6 +4,8 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash scripts/install-deps.sh
-cmake -S . -B build -DCMAKE_BUILD_TYPE=Release -DLOMARIND_BUILD_TESTS=OFF >/dev/null
-cmake --build build -j"$(nproc)" --target lomarind
-./build/lomarind --help
+build=build-release
+cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=Release -DLOMARIND_BUILD_TESTS=OFF >/dev/null
+cmake --build "$build" -j"$(nproc)" --target lomarind
+"$build/lomarind" index
+"$build/lomarind" hotspots --since '1 year'

@@ -1,6 +1,6 @@
 #include <fmt/format.h>
 
-#include "cli/tables.h"
+#include "cli/commands.h"
 
 namespace lomarind::cli {
 

@@ -1,7 +1,7 @@
 #include <fmt/format.h>
 
+#include "cli/commands.h"
 #include "cli/relative_time.h"
-#include "cli/tables.h"
 
 namespace lomarind::cli {
 

@@ -37,7 +37,8 @@ class FakeChangeIndex final : public repository_changes::ChangeIndex {
   repository_changes::IndexedPaths indexed_paths(
       const repository_changes::IndexDb& db, const std::vector<std::string>& paths) const override;
   std::vector<repository_changes::SymbolOnLines> symbols_on_lines(
-      const repository_changes::IndexDb& db, const std::vector<repository_changes::LineRange>& ranges,
+      const repository_changes::IndexDb& db,
+      const std::vector<repository_changes::LineRange>& ranges,
       std::span<const std::string_view> kinds, int per_file) const override;
 
  private:

@@ -17,6 +17,11 @@ std::string joined(const std::vector<std::string>& items) {
 
 }  // namespace
 
+git_utils::FileChange change(std::string path, std::string status, std::int64_t additions,
+                             std::int64_t deletions, std::optional<std::string> old_path) {
+  return {std::move(path), std::move(status), additions, deletions, std::move(old_path)};
+}
+
 void FakeGitReader::record(const std::filesystem::path& repo_root, const std::string& op,
                            const std::string& args) const {
   if (repo_root != root) throw std::logic_error(op + " got root " + repo_root.string());

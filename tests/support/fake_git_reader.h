@@ -14,6 +14,11 @@
 
 namespace lomarind::testing {
 
+// A FileChange without spelling out every field.
+git_utils::FileChange change(std::string path, std::string status, std::int64_t additions = 0,
+                             std::int64_t deletions = 0,
+                             std::optional<std::string> old_path = std::nullopt);
+
 class FakeGitReader final : public git_utils::GitReader {
  public:
   // Every call must name this root; another one throws std::logic_error.
@@ -45,11 +50,10 @@ class FakeGitReader final : public git_utils::GitReader {
       const std::filesystem::path& repo_root) const override;
   std::string get_default_branch(const std::filesystem::path& repo_root) const override;
   std::chrono::sys_seconds parse_time_spec(const std::string& since) const override;
-  std::vector<git_utils::FileChange> diff_file_changes(const std::filesystem::path& repo_root,
-                                                       const std::string& base_commit,
-                                                       const std::string& head_commit) const override;
-  std::int64_t count_commits(const std::filesystem::path& repo_root,
-                             const std::string& base_commit,
+  std::vector<git_utils::FileChange> diff_file_changes(
+      const std::filesystem::path& repo_root, const std::string& base_commit,
+      const std::string& head_commit) const override;
+  std::int64_t count_commits(const std::filesystem::path& repo_root, const std::string& base_commit,
                              const std::string& head_commit) const override;
   std::vector<git_utils::CommitChanges> log_commit_changes(const std::filesystem::path& repo_root,
                                                            std::chrono::sys_seconds since,

@@ -1,5 +1,6 @@
 #include "support/fake_history_neighbours.h"
 
+#include <cstdlib>
 #include <fstream>
 #include <sstream>
 #include <utility>
@@ -43,11 +44,18 @@ Json FakePaginationHint::add_pagination_hint(Json result, std::int64_t count) co
   return result;
 }
 
-std::string golden(const std::string& name) {
-  std::ifstream file(std::string(LOMARIND_TEST_DATA) + "/git_history/" + name + ".json");
-  std::stringstream text;
-  text << file.rdbuf();
-  return text.str();
+void expect_golden(const std::string& name, const Json& answer) {
+  const std::string path = std::string(LOMARIND_TEST_DATA) + "/git_history/" + name + ".json";
+  const std::string actual = answer.dump(2) + "\n";
+  const char* update = std::getenv("LOMARIND_UPDATE_GOLDEN");
+  if (update != nullptr && std::string_view(update) == "1") {
+    std::ofstream(path) << actual;
+    return;
+  }
+  std::ifstream file(path);
+  std::stringstream expected;
+  expected << file.rdbuf();
+  EXPECT_EQ(actual, expected.str()) << "golden " << path;
 }
 
 std::vector<std::string> GitHistoryTest::logged(LogLevel level) const {

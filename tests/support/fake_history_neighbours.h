@@ -2,14 +2,14 @@
 // test fixture that wires every fake into a GitHistory.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <cstdint>
 #include <filesystem>
 #include <set>
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include <gtest/gtest.h>
 
 #include "lomarind/utils/logging.h"
 #include "lomarind/workers/git_history/git_history.h"
@@ -56,8 +56,9 @@ git_history::GitHistoryError history_error_of(Block&& block) {
   return git_history::GitHistoryError("");
 }
 
-// The golden answer in tests/data/git_history/<name>.json, as text.
-std::string golden(const std::string& name);
+// Compares `answer`, as dump(2), with tests/data/git_history/<name>.json.
+// With LOMARIND_UPDATE_GOLDEN=1 in the environment it rewrites the file.
+void expect_golden(const std::string& name, const Json& answer);
 
 class GitHistoryTest : public ::testing::Test {
  protected:

@@ -164,17 +164,12 @@ char escaped_char(char c) {
 }
 
 // The path of a "+++ " line: absent for /dev/null (a deleted file). git
-// quotes a name with control characters, quotes or backslashes, and ends an
-// unquoted name that holds a space with a tab.
+// quotes a name with control characters, quotes or backslashes, and ends a
+// name that holds a space with a tab (a tab of the name itself is quoted).
 std::optional<std::string> head_side_path(std::string_view name) {
+  if (name.ends_with('\t')) name.remove_suffix(1);
   if (name == "/dev/null") return std::nullopt;
-  std::string path;
-  if (name.starts_with('"')) {
-    path = unquote_path(name);
-  } else {
-    if (name.ends_with('\t')) name.remove_suffix(1);
-    path = std::string(name);
-  }
+  std::string path = unquote_path(name);
   if (!path.starts_with("b/")) malformed("a file header lacks the b/ prefix");
   path.erase(0, 2);
   return path;

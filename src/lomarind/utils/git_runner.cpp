@@ -11,7 +11,9 @@ namespace lomarind::git_utils {
 namespace {
 
 // Each option shuts out a repository setting that could run a program
-// (fsmonitor, signature checks, a pager) or change the output we parse.
+// (fsmonitor, signature checks, a pager, a transport fetching a missing
+// object of a partial clone) or change the output we parse.
+// clang-format off
 constexpr const char* kSafetyOptions[] = {
     "--no-pager",
     "--literal-pathspecs",
@@ -23,13 +25,16 @@ constexpr const char* kSafetyOptions[] = {
     "-c", "diff.renameLimit=1000",
     "-c", "diff.interHunkContext=0",
     "-c", "diff.indentHeuristic=true",
+    "-c", "protocol.allow=never",
 };
+// clang-format on
 
 // No prompt may wait for a terminal, no optional lock may touch the
 // repository, no system config applies, and messages are untranslated.
 constexpr const char* kFixedEnvironment[] = {
     "GIT_TERMINAL_PROMPT=0",
     "GIT_OPTIONAL_LOCKS=0",
+    "GIT_NO_LAZY_FETCH=1",
     "GIT_CONFIG_NOSYSTEM=1",
     "LC_ALL=C",
 };
@@ -93,11 +98,16 @@ GitResult GitRunner::run(const std::filesystem::path& repo_root,
 std::string GitRunner::run_checked(const std::filesystem::path& repo_root,
                                    const std::vector<std::string>& args) const {
   GitResult result = run(repo_root, args);
-  if (result.exit_status == 0) return std::move(result.out);
+  if (result.exit_status != 0) throw failure(repo_root, args, result);
+  return std::move(result.out);
+}
+
+GitError GitRunner::failure(const std::filesystem::path& repo_root,
+                            const std::vector<std::string>& args, const GitResult& result) const {
   std::string_view message = trim(result.err);
-  throw GitError(message.empty() ? "git exited with status " + std::to_string(result.exit_status)
-                                 : std::string(message),
-                 command_line(repo_root, args), result.exit_status);
+  return GitError(message.empty() ? "git exited with status " + std::to_string(result.exit_status)
+                                  : std::string(message),
+                  command_line(repo_root, args), result.exit_status);
 }
 
 }  // namespace lomarind::git_utils

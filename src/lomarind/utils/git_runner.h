@@ -11,6 +11,8 @@
 
 namespace lomarind::git_utils {
 
+class GitError;
+
 struct GitResult {
   int exit_status = 0;
   std::string out;  // raw stdout bytes
@@ -36,6 +38,11 @@ class GitRunner {
   // (or "git exited with status N" when it printed nothing).
   std::string run_checked(const std::filesystem::path& repo_root,
                           const std::vector<std::string>& args) const;
+
+  // The GitError for a command that exited non-zero with `result`: git's
+  // trimmed stderr, or "git exited with status N" when it printed nothing.
+  GitError failure(const std::filesystem::path& repo_root, const std::vector<std::string>& args,
+                   const GitResult& result) const;
 
   // The full argument vector run() starts for `args`.
   std::vector<std::string> command_line(const std::filesystem::path& repo_root,

@@ -5,7 +5,6 @@
 #include <signal.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
-#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -14,6 +13,8 @@
 #include <system_error>
 #include <utility>
 
+#include "lomarind/utils/program_path.h"
+
 extern char** environ;
 
 namespace lomarind::subprocess {
@@ -21,7 +22,6 @@ namespace {
 
 constexpr std::size_t kReadChunk = 256 * 1024;
 constexpr int kPipeSize = 1 << 20;  // fewer wake-ups for large outputs
-constexpr std::string_view kDefaultPath = "/usr/bin:/bin";
 
 [[noreturn]] void throw_errno(int error, const std::string& what) {
   throw std::system_error(error, std::generic_category(), what);
@@ -88,36 +88,6 @@ FdPair input_channel(bool has_input) {
     throw_errno(errno, "cannot create a socket pair");
   }
   return {above_stdio(UniqueFd(fds[0])), above_stdio(UniqueFd(fds[1]))};
-}
-
-bool is_executable_file(const std::string& path) {
-  struct stat st;
-  return ::stat(path.c_str(), &st) == 0 && S_ISREG(st.st_mode) && ::access(path.c_str(), X_OK) == 0;
-}
-
-// Looks the program up on the child's PATH, not ours. Empty and relative
-// entries are skipped: a program must never be picked up from whatever
-// directory we happen to run in.
-std::string find_program(const std::string& name, const std::vector<std::string>& environment) {
-  if (name.find('/') != std::string::npos) return name;
-  std::string_view search = kDefaultPath;
-  for (const std::string& entry : environment) {
-    if (entry.starts_with("PATH=")) {
-      search = std::string_view(entry).substr(5);
-      break;
-    }
-  }
-  while (!name.empty()) {
-    std::size_t colon = search.find(':');
-    std::string_view dir = search.substr(0, colon);
-    if (!dir.empty() && dir.front() == '/') {
-      std::string candidate = std::string(dir) + "/" + name;
-      if (is_executable_file(candidate)) return candidate;
-    }
-    if (colon == std::string_view::npos) break;
-    search.remove_prefix(colon + 1);
-  }
-  throw_errno(ENOENT, "cannot find " + name + " on PATH");
 }
 
 std::vector<char*> c_strings(const std::vector<std::string>& strings) {
@@ -204,8 +174,13 @@ class Pump {
  public:
   Pump(UniqueFd in, std::string_view input, UniqueFd out, UniqueFd err, const OutputSink& sink,
        Result& result)
-      : in_(std::move(in)), input_(input), out_(std::move(out)), err_(std::move(err)),
-        sink_(sink), result_(result), buffer_(kReadChunk, '\0') {}
+      : in_(std::move(in)),
+        input_(input),
+        out_(std::move(out)),
+        err_(std::move(err)),
+        sink_(sink),
+        result_(result),
+        buffer_(kReadChunk, '\0') {}
 
   void run() {
     while (out_.valid() || err_.valid()) {

@@ -18,8 +18,8 @@ struct Command {
   // argv[0] is a path, or a program name looked up on the PATH of
   // `environment` (empty and relative PATH entries are skipped).
   std::vector<std::string> argv;
-  std::vector<std::string> environment;  // the child's whole environment, "NAME=value"
-  std::string input;                     // written to stdin; empty: stdin reads /dev/null
+  std::vector<std::string> environment;     // the child's whole environment, "NAME=value"
+  std::string input;                        // written to stdin; empty: stdin reads /dev/null
   std::filesystem::path working_directory;  // empty: ours
 };
 

@@ -22,8 +22,7 @@ std::vector<std::string> paths_of(const std::vector<git_utils::FileChange>& file
 Json GitHistory::branch_diff(const repository_changes::Repository& repository,
                              const std::filesystem::path& repo_root,
                              const BranchDiffOptions& options) const {
-  const BranchChanges changes =
-      branch_changes(repo_root, options.base_branch, options.head_branch);
+  const BranchChanges changes = branch_changes(repo_root, options.base_branch, options.head_branch);
   std::vector<git_utils::FileChange> files = by_lines_changed(changes.files());
   if (options.source_only) {
     const repository_changes::IndexedPaths facts =
@@ -38,9 +37,9 @@ Json GitHistory::branch_diff(const repository_changes::Repository& repository,
   rows.reserve(page.size());
   for (const git_utils::FileChange& file : page) rows.push_back(change_row(file));
   if (options.include_symbols && !page.empty()) {
-    detail::attach_symbols(rows, touched_symbols(repository, repo_root, changes.base_commit(),
-                                                 changes.head_commit(), page,
-                                                 {.merge_base = true}));
+    detail::attach_symbols(
+        rows, touched_symbols(repository, repo_root, changes.base_commit(), changes.head_commit(),
+                              page, {.merge_base = true}));
   }
 
   Json result = Json::object();

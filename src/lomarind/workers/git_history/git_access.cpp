@@ -43,7 +43,8 @@ ResolvedRef resolve_base(const git_utils::GitReader& git, const std::filesystem:
       resolve_branch(git, repo_root, git.get_default_branch(repo_root));
   if (!name) {
     if (fallback) return *fallback;
-    throw GitHistoryError("No default branch found (origin/HEAD, main or master): give base_branch");
+    throw GitHistoryError(
+        "No default branch found (origin/HEAD, main or master): give base_branch");
   }
   const std::string hint =
       fallback ? "leave base_branch empty to use the default branch '" + fallback->name + "'"

@@ -114,8 +114,7 @@ class GitHistory {
                                   const std::filesystem::path& repo_root,
                                   const FileHotspotsOptions& options) const;
   Json branch_diff(const repository_changes::Repository& repository,
-                   const std::filesystem::path& repo_root,
-                   const BranchDiffOptions& options) const;
+                   const std::filesystem::path& repo_root, const BranchDiffOptions& options) const;
 
   // What a branch changed since it left its base. Throws GitHistoryError
   // when a branch does not exist or git fails.

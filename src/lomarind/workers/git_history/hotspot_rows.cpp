@@ -18,8 +18,7 @@ struct ComponentTotals {
   std::int64_t files = 0;
 };
 
-std::string component_name(const std::string& path,
-                           const repository_changes::IndexedPaths& facts) {
+std::string component_name(const std::string& path, const repository_changes::IndexedPaths& facts) {
   const auto fact = facts.find(path);
   if (fact == facts.end() || !fact->second.component || fact->second.component->empty()) {
     return "unknown";
@@ -52,8 +51,8 @@ double risk_score(std::int64_t commits, std::int64_t busiest) {
   // to_chars with a precision rounds the exact binary value, ties to even,
   // independent of the locale; reading the text back gives the nearest double.
   char text[64];
-  const auto written = std::to_chars(text, text + sizeof text, quotient,
-                                     std::chars_format::fixed, 2);
+  const auto written =
+      std::to_chars(text, text + sizeof text, quotient, std::chars_format::fixed, 2);
   double rounded = quotient;
   std::from_chars(text, written.ptr, rounded);
   return rounded;
@@ -72,9 +71,8 @@ std::vector<Json> file_rows(std::span<const PathHistory> histories,
     row["additions"] = history.additions;
     row["deletions"] = history.deletions;
     const auto fact = facts.find(history.path);
-    row["component"] = fact != facts.end() && fact->second.component
-                           ? Json(*fact->second.component)
-                           : Json(nullptr);
+    row["component"] = fact != facts.end() && fact->second.component ? Json(*fact->second.component)
+                                                                     : Json(nullptr);
     row["risk_score"] = risk_score(history.commits, busiest);
     rows.push_back(std::move(row));
   }

@@ -65,10 +65,9 @@ Json GitHistory::hotspots(const repository_changes::Repository& repository,
   Json result = detail::period_fields(options.since, tip.name, commits);
   result["group_by"] = options.group_by;
   result["excluded_files"] = static_cast<std::int64_t>(existing - kept.size());
-  return detail::paginated(std::move(result), "hotspots",
-                           detail::page(rows, options.limit, options.offset),
-                           static_cast<std::int64_t>(rows.size()), options.limit, options.offset,
-                           n_.pagination);
+  return detail::paginated(
+      std::move(result), "hotspots", detail::page(rows, options.limit, options.offset),
+      static_cast<std::int64_t>(rows.size()), options.limit, options.offset, n_.pagination);
 }
 
 std::vector<Json> GitHistory::file_hotspots(const repository_changes::Repository& repository,

@@ -24,6 +24,6 @@ std::vector<Json> file_rows(std::span<const PathHistory> histories,
 // One row per component ("unknown" for a file without one), ranked by
 // commits, then name.
 std::vector<Json> component_rows(std::span<const PathHistory> histories,
-                                  const repository_changes::IndexedPaths& facts);
+                                 const repository_changes::IndexedPaths& facts);
 
 }  // namespace lomarind::git_history::detail

@@ -104,8 +104,7 @@ std::string utc_timestamp(std::int64_t seconds) {
   std::snprintf(text, sizeof text, "%04d-%02u-%02uT%02d:%02d:%02d+00:00",
                 static_cast<int>(date.year()), static_cast<unsigned>(date.month()),
                 static_cast<unsigned>(date.day()), static_cast<int>(time.hours().count()),
-                static_cast<int>(time.minutes().count()),
-                static_cast<int>(time.seconds().count()));
+                static_cast<int>(time.minutes().count()), static_cast<int>(time.seconds().count()));
   return text;
 }
 
@@ -122,7 +121,8 @@ Json period_fields(const std::string& since, const std::string& branch,
   fields["since"] = since;
   fields["branch"] = branch;
   fields["commit_count"] = static_cast<std::int64_t>(commits.size());
-  if (commits.size() >= static_cast<std::size_t>(MAX_COMMITS)) fields["commit_limit_reached"] = true;
+  if (commits.size() >= static_cast<std::size_t>(MAX_COMMITS))
+    fields["commit_limit_reached"] = true;
   return fields;
 }
 

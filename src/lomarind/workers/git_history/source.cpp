@@ -56,3 +56,12 @@ bool is_source(const SourceFilters& filters, const std::string& path,
 }
 
 }  // namespace lomarind::git_history::detail
+
+namespace lomarind::git_history {
+
+bool GitHistory::is_source_path(std::string_view path,
+                                const std::optional<std::string>& language) const {
+  return detail::is_source_path(n_.filters, path, language);
+}
+
+}  // namespace lomarind::git_history

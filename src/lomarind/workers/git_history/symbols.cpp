@@ -53,8 +53,7 @@ git_utils::LineSpansByPath GitHistory::changed_line_spans(
   }
   if (edited.empty() || !base_commit) return spans;
   git_utils::LineSpansByPath diffed = detail::reading_git(n_.logger, [&] {
-    return n_.git.diff_line_spans(repo_root, *base_commit, head_commit, options.merge_base,
-                                  edited);
+    return n_.git.diff_line_spans(repo_root, *base_commit, head_commit, options.merge_base, edited);
   });
   for (auto& [path, file_spans] : diffed) store_spans(spans, at, path, std::move(file_spans));
   return spans;
@@ -101,7 +100,8 @@ SymbolsByPath GitHistory::touched_symbols(const repository_changes::Repository& 
   SymbolsByPath symbols;
   std::unordered_map<std::string, std::size_t> at;
   for (const std::string& path : paths) {
-    if (at.try_emplace(path, symbols.size()).second) symbols.emplace_back(path, std::vector<Json>{});
+    if (at.try_emplace(path, symbols.size()).second)
+      symbols.emplace_back(path, std::vector<Json>{});
   }
   for (const repository_changes::SymbolOnLines& symbol : found) {
     const auto [it, inserted] = at.try_emplace(symbol.path, symbols.size());

@@ -1,0 +1,53 @@
+// The program's commands. Each history command asks the module one
+// question and prints the answer, as JSON or as a table; nothing reaches
+// stdout unless the whole answer was built.
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <filesystem>
+#include <ostream>
+#include <string>
+
+#include "cli/answer_text.h"
+#include "cli/command_line.h"
+#include "lomarind/storage/repository_changes.h"
+#include "lomarind/utils/json.h"
+#include "lomarind/workers/git_history/git_history.h"
+
+namespace lomarind::cli {
+
+// Where answers and notices go, and how tables look.
+struct Terminal {
+  std::ostream& out;
+  std::ostream& err;
+  RenderOptions render;
+};
+
+// What every history command works on: the module with its neighbours and
+// the repository it asks about.
+struct HistoryQuery {
+  const git_history::GitHistory& history;
+  const repository_changes::Repository& repository;
+  const std::filesystem::path& repo_root;
+};
+
+// Each returns the exit status. Errors of the module, git and the index are
+// thrown to the caller.
+int run_recent(const HistoryQuery& query, const RecentArgs& args, const Terminal& terminal);
+int run_hotspots(const HistoryQuery& query, const HotspotsArgs& args, const Terminal& terminal);
+int run_diff(const HistoryQuery& query, const DiffArgs& args, const Terminal& terminal);
+
+// The readable form of each answer: a summary line, a table of the page's
+// rows (symbol lines under a row when asked for) and a page footer.
+std::string recent_table(const Json& answer, const RenderOptions& options);
+std::string hotspots_table(const Json& answer, const RenderOptions& options);
+std::string diff_table(const Json& answer, const RenderOptions& options);
+
+// Writes the answer to terminal.out: the JSON document and a newline, or
+// the table.
+void print_answer(const Json& answer, bool json,
+                  std::string (*table)(const Json&, const RenderOptions&),
+                  const Terminal& terminal);
+
+}  // namespace lomarind::cli

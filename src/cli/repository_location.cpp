@@ -1,0 +1,83 @@
+#include "cli/repository_location.h"
+
+#include <stdexcept>
+#include <system_error>
+
+#include "cli/answer_text.h"
+#include "cli/display_text.h"
+
+namespace lomarind::cli {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+// git ends a printed path with one newline; a path may itself end in blanks.
+std::string printed_path(std::string out) {
+  if (!out.empty() && out.back() == '\n') out.pop_back();
+  return out;
+}
+
+std::string trimmed(std::string_view text) {
+  const auto first = text.find_first_not_of(" \t\r\n");
+  if (first == std::string_view::npos) return "";
+  const auto last = text.find_last_not_of(" \t\r\n");
+  return std::string(text.substr(first, last - first + 1));
+}
+
+fs::path top_level(const git_utils::GitRunner& git, const std::string& repo) {
+  std::error_code error;
+  if (!fs::is_directory(repo, error)) {
+    throw std::runtime_error("cannot use --repo " + quoted_text(repo) +
+                             ": no such folder; pass a folder inside a git work tree");
+  }
+  const git_utils::GitResult result = git.run(repo, {"rev-parse", "--show-toplevel"});
+  const std::string root = printed_path(result.out);
+  if (result.exit_status != 0 || root.empty()) {
+    std::string message = quoted_text(repo) + " is not inside a git work tree";
+    if (const std::string why = trimmed(result.err); !why.empty()) message += " (" + why + ")";
+    throw std::runtime_error(message + "; pass --repo with a folder of a repository");
+  }
+  return root;
+}
+
+fs::path default_index_file(const git_utils::GitRunner& git, const fs::path& root) {
+  const fs::path common_dir =
+      printed_path(git.run_checked(root, {"rev-parse", "--git-common-dir"}));
+  // git prints the common dir relative to the folder it ran in, unless it
+  // lies elsewhere (a linked worktree's main repository).
+  return (common_dir.is_absolute() ? common_dir : root / common_dir) / "lomarind" / "index.db";
+}
+
+}  // namespace
+
+RepositoryLocation locate_repository(const git_utils::GitRunner& git,
+                                     const GlobalOptions& options) {
+  if (options.index && options.index->empty()) {
+    throw std::runtime_error("--index is empty; pass the index file's name");
+  }
+  RepositoryLocation location;
+  location.root = top_level(git, options.repo);
+  location.index_given = options.index.has_value();
+  location.index_file =
+      options.index ? fs::absolute(*options.index) : default_index_file(git, location.root);
+  return location;
+}
+
+repository_changes::IndexDb open_query_index(const RepositoryLocation& location,
+                                             std::ostream& err) {
+  std::error_code error;
+  const fs::file_status status = fs::symlink_status(location.index_file, error);
+  if (status.type() != fs::file_type::not_found) {
+    return repository_changes::IndexDb::open_for_queries(location.index_file);
+  }
+  const std::string file = terminal_text(location.index_file.string());
+  const std::string build =
+      location.index_given ? "lomarind index --index " + file : "lomarind index";
+  err << "lomarind: no index at " << file
+      << ", so languages, components and symbols are unknown; run \"" << build
+      << "\" to build one\n";
+  return repository_changes::IndexDb();
+}
+
+}  // namespace lomarind::cli

@@ -1,0 +1,154 @@
+#include "lomarind/utils/git_cli.h"
+
+#include <algorithm>
+#include <charconv>
+#include <initializer_list>
+#include <string_view>
+
+#include "lomarind/utils/git_parse.h"
+#include "lomarind/utils/time_spec.h"
+
+namespace lomarind::git_utils {
+namespace {
+
+// No repository setting (an external diff or textconv driver, diff.noprefix,
+// color, diff.relative, diff.algorithm) may run a program or change the
+// output we parse.
+constexpr std::string_view kDiffOptions[] = {
+    "--no-ext-diff",   "--no-textconv",         "--no-color", "--no-relative", "--src-prefix=a/",
+    "--dst-prefix=b/", "--diff-algorithm=myers"};
+
+constexpr std::string_view kRemotePrefix = "refs/remotes/origin/";
+
+// `leading`, then the diff options, then `trailing`.
+std::vector<std::string> diff_command(std::initializer_list<std::string_view> leading,
+                                      std::initializer_list<std::string_view> trailing) {
+  std::vector<std::string> args(leading.begin(), leading.end());
+  args.insert(args.end(), std::begin(kDiffOptions), std::end(kDiffOptions));
+  args.insert(args.end(), trailing.begin(), trailing.end());
+  return args;
+}
+
+// git 2.39 reads "@<seconds> +0000" exactly for every N >= 0 (a bare @N only
+// from nine digits on), so every date reaches it in this form.
+std::string git_date(std::chrono::sys_seconds time) {
+  auto seconds = std::max<std::int64_t>(0, time.time_since_epoch().count());
+  return "@" + std::to_string(seconds) + " +0000";
+}
+
+std::string first_line(std::string_view out) { return std::string(out.substr(0, out.find('\n'))); }
+
+}  // namespace
+
+// Exit 1 is git's "no such commit" whatever it printed; exit 128 with nothing
+// on stderr is how it fails on names it cannot even look up (a reflog entry
+// past the end), while 128 with a message is a real failure.
+std::optional<std::string> GitCli::resolve_commit(const std::filesystem::path& repo_root,
+                                                  const std::string& name) const {
+  std::vector<std::string> args = {"rev-parse", "--verify", "--quiet", "--end-of-options",
+                                   name + "^{commit}"};
+  GitResult result = runner_.run(repo_root, args);
+  if (result.exit_status == 0) return first_line(result.out);
+  bool silent = result.err.find_first_not_of(" \t\r\n") == std::string::npos;
+  if (result.exit_status == 1 || (result.exit_status == 128 && silent)) return std::nullopt;
+  throw runner_.failure(repo_root, args, result);
+}
+
+std::optional<std::string> GitCli::resolve_display_branch(
+    const std::filesystem::path& repo_root) const {
+  std::vector<std::string> args = {"symbolic-ref", "--quiet", "--short", "HEAD"};
+  GitResult result = runner_.run(repo_root, args);
+  if (result.exit_status == 0) return first_line(result.out);
+  if (result.exit_status == 1) return std::string();  // detached
+  throw runner_.failure(repo_root, args, result);
+}
+
+std::string GitCli::get_default_branch(const std::filesystem::path& repo_root) const {
+  std::vector<std::string> args = {"symbolic-ref", "--quiet", std::string(kRemotePrefix) + "HEAD"};
+  GitResult result = runner_.run(repo_root, args);
+  if (result.exit_status != 0 && result.exit_status != 1) {
+    throw runner_.failure(repo_root, args, result);
+  }
+  std::string target = first_line(result.out);
+  if (result.exit_status == 0 && target.starts_with(kRemotePrefix) &&
+      resolve_commit(repo_root, target)) {
+    return target.substr(kRemotePrefix.size());
+  }
+  for (std::string name : {"main", "master"}) {
+    if (resolve_commit(repo_root, name) || resolve_commit(repo_root, "origin/" + name)) {
+      return name;
+    }
+  }
+  return "main";
+}
+
+std::chrono::sys_seconds GitCli::parse_time_spec(const std::string& since) const {
+  return git_utils::parse_time_spec(since, now_());
+}
+
+std::vector<FileChange> GitCli::diff_file_changes(const std::filesystem::path& repo_root,
+                                                  const std::string& base_commit,
+                                                  const std::string& head_commit) const {
+  std::string range = base_commit + "..." + head_commit;
+  return parse_file_changes(runner_.run_checked(
+      repo_root,
+      diff_command({"diff", "-z", "--raw", "--numstat", "-M"}, {"--end-of-options", range, "--"})));
+}
+
+std::int64_t GitCli::count_commits(const std::filesystem::path& repo_root,
+                                   const std::string& base_commit,
+                                   const std::string& head_commit) const {
+  std::vector<std::string> args = {"rev-list", "--count", "--end-of-options",
+                                   base_commit + ".." + head_commit, "--"};
+  std::string count = first_line(runner_.run_checked(repo_root, args));
+  std::int64_t value = 0;
+  auto [end, error] = std::from_chars(count.data(), count.data() + count.size(), value);
+  if (error != std::errc() || end != count.data() + count.size()) {
+    throw GitError("unexpected git output: commit count '" + count + "'", args);
+  }
+  return value;
+}
+
+std::vector<CommitChanges> GitCli::log_commit_changes(const std::filesystem::path& repo_root,
+                                                      std::chrono::sys_seconds since,
+                                                      const std::string& ref,
+                                                      int max_commits) const {
+  std::string since_option = "--since=" + git_date(since);
+  std::string max_option = "--max-count=" + std::to_string(max_commits);
+  return parse_log(
+      runner_.run_checked(repo_root, diff_command({"log", "-z", "--raw", "--numstat", "-M"},
+                                                  {"--no-show-signature", kLogFormat, since_option,
+                                                   max_option, "--end-of-options", ref, "--"})));
+}
+
+// --before keeps commits at or before its date, so asking for one second
+// before the start leaves a commit made exactly at the start to the period.
+std::optional<std::string> GitCli::commit_before(const std::filesystem::path& repo_root,
+                                                 const std::string& tip,
+                                                 std::chrono::sys_seconds start) const {
+  if (start.time_since_epoch().count() <= 0) return std::nullopt;  // no commit predates 1970
+  std::string before = "--before=" + git_date(start - std::chrono::seconds(1));
+  std::string out = runner_.run_checked(
+      repo_root, {"rev-list", "-1", "--first-parent", before, "--end-of-options", tip, "--"});
+  if (out.empty()) return std::nullopt;
+  return first_line(out);
+}
+
+LineSpansByPath GitCli::diff_line_spans(const std::filesystem::path& repo_root,
+                                        const std::string& base_commit,
+                                        const std::string& head_commit, bool merge_base,
+                                        const std::vector<std::string>& paths) const {
+  if (paths.empty()) return {};
+  std::vector<std::string> args = diff_command({"diff", "-U0", "-M"}, {"--end-of-options"});
+  if (merge_base) {
+    args.push_back(base_commit + "..." + head_commit);
+  } else {
+    args.push_back(base_commit);
+    args.push_back(head_commit);
+  }
+  args.push_back("--");
+  args.insert(args.end(), paths.begin(), paths.end());
+  return parse_line_spans(runner_.run_checked(repo_root, args));
+}
+
+}  // namespace lomarind::git_utils

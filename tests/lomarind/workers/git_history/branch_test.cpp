@@ -1,0 +1,75 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "lomarind/workers/git_history/git_history.h"
+#include "support/fake_git_reader.h"
+#include "support/fake_history_neighbours.h"
+
+namespace lomarind::git_history {
+namespace {
+
+using git_utils::FileChange;
+using testing::change;
+using ::testing::ElementsAre;
+
+class BranchChangesTest : public testing::GitHistoryTest {
+ protected:
+  void SetUp() override { git_.commits = {{"main", "c1"}, {"feature", "c2"}, {"HEAD", "c1"}}; }
+};
+
+TEST_F(BranchChangesTest, ResolvesBothThenReadsTheDiffAndTheCount) {
+  git_.diff_files = {change("b.py", "modified", 1, 0), change("a.py", "added", 5, 0)};
+  git_.commit_count = 3;
+  const BranchChanges changes = history_.branch_changes(root_, "main", "feature");
+  EXPECT_EQ(changes, BranchChanges("main", "feature", "c1", "c2", 3, git_.diff_files));
+  EXPECT_EQ(changes.note(), std::nullopt);
+  EXPECT_THAT(git_.calls, ElementsAre("resolve_commit(main)", "resolve_commit(feature)",
+                                      "diff_file_changes(c1, c2)", "count_commits(c1, c2)"));
+}
+
+TEST_F(BranchChangesTest, SameCommitReturnsAtOnceWithTheNote) {
+  git_.display_branch = "main";
+  const BranchChanges changes = history_.branch_changes(root_, std::nullopt, std::nullopt);
+  EXPECT_EQ(changes, BranchChanges("main", "main", "c1", "c1", 0, {}));
+  EXPECT_EQ(changes.note(), "Already on base branch");
+  EXPECT_THAT(git_.calls, ElementsAre("get_default_branch()", "resolve_commit(main)",
+                                      "resolve_commit(HEAD)", "resolve_display_branch()"));
+}
+
+TEST_F(BranchChangesTest, NamesTheCallersHeadParameterAndTranslatesGitFailures) {
+  EXPECT_STREQ(testing::history_error_of([&] {
+                 history_.branch_changes(root_, "main", "x", {.head_parameter = "branch"});
+               }).what(),
+               "Branch 'x' not found; leave branch empty to use the current branch");
+  git_.fail_on = "count_commits";
+  const GitHistoryError error =
+      testing::history_error_of([&] { history_.branch_changes(root_, "main", "feature"); });
+  EXPECT_STREQ(error.what(), "git failed: fatal: bad object");
+  EXPECT_TRUE(error.cause_is_git_error());
+  EXPECT_EQ(logged(LogLevel::kWarning), std::vector<std::string>{"git failed: fatal: bad object"});
+}
+
+TEST(ByLinesChangedTest, MostLinesFirstThenCodePointPathOrderStably) {
+  const std::vector<FileChange> files = {
+      change("zero.py", "modified", 0, 0),     change("nine.py", "modified", 9, 0),
+      change("\xc3\xa9.py", "modified", 2, 3), change("z.py", "modified", 5, 0),
+      change("ten.py", "modified", 7, 3),      change("a.py", "modified", 1, 4),
+      change("B.py", "modified", 4, 1),        change("a.py", "renamed", 0, 5, "old.py"),
+  };
+  std::vector<std::string> order;
+  for (const FileChange& file : by_lines_changed(files))
+    order.push_back(file.path + " " + file.status);
+  EXPECT_THAT(order, ElementsAre("ten.py modified", "nine.py modified", "B.py modified",
+                                 "a.py modified", "a.py renamed", "z.py modified",
+                                 "\xc3\xa9.py modified", "zero.py modified"));
+}
+
+TEST(ChangeRowTest, OldPathOnlyWhenPresent) {
+  EXPECT_EQ(change_row(change("a.py", "modified", 1, 2)).dump(),
+            R"({"path":"a.py","status":"modified","additions":1,"deletions":2})");
+  EXPECT_EQ(change_row(change("b.py", "renamed", 0, 0, "")).dump(),
+            R"({"path":"b.py","status":"renamed","old_path":"","additions":0,"deletions":0})");
+}
+
+}  // namespace
+}  // namespace lomarind::git_history

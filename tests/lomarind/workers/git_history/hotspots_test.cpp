@@ -1,0 +1,144 @@
+#include "lomarind/workers/git_history/hotspots.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "support/fake_history_neighbours.h"
+
+namespace lomarind::git_history {
+namespace {
+
+using testing::change;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+class HotspotsTest : public testing::GitHistoryTest {
+ protected:
+  void SetUp() override {
+    git_.periods["2 weeks"] = std::chrono::sys_seconds(std::chrono::seconds(1000));
+    git_.commits = {{"HEAD", "c9"}};
+    git_.display_branch = "main";
+    git_.log = {
+        {"c3",
+         1300,
+         {change("a.py", "modified", 1, 1), change("gone.py", "deleted", 0, 5),
+          change("tests/test_x.py", "modified", 2, 0)}},
+        {"c2",
+         1200,
+         {change("a.py", "modified", 3, 0), change("b.py", "modified", 10, 0),
+          change("README.md", "modified", 1, 0)}},
+        {"c1",
+         1100,
+         {change("a.py", "modified", 1, 0), change("b.py", "added", 5, 0),
+          change("c.py", "modified", 1, 0), change("gone.py", "modified", 1, 0),
+          change("d.py", "modified", 0, 0)}},
+    };
+    index_.facts = {{"a.py", {"python", "app"}},
+                    {"b.py", {"python", std::nullopt}},
+                    {"c.py", {"python", "lib"}},
+                    {"README.md", {"markdown", "docs"}},
+                    {"tests/test_x.py", {"python", ""}}};
+  }
+
+  Json ask(std::string group_by, std::int64_t limit, std::int64_t offset, bool source_only) {
+    return history_.hotspots(repository_, root_,
+                             {.since = "2 weeks",
+                              .branch = std::nullopt,
+                              .group_by = group_by,
+                              .limit = limit,
+                              .offset = offset,
+                              .source_only = source_only});
+  }
+};
+
+TEST_F(HotspotsTest, FilesOfTheSecondPageScoreAgainstTheBusiest) {
+  testing::expect_golden("hotspots_files", ask("file", 3, 1, true));
+  EXPECT_THAT(git_.calls, ElementsAre("parse_time_spec(2 weeks)", "resolve_commit(HEAD)",
+                                      "resolve_display_branch()",
+                                      "log_commit_changes(since=1000, ref=c9, max_commits=5000)"));
+  EXPECT_THAT(index_.calls,
+              ElementsAre("indexed_paths([a.py, b.py, c.py, d.py, README.md, tests/test_x.py])"));
+}
+
+TEST_F(HotspotsTest, ComponentsRankByCommitsThenNameWithUnknownForTheRest) {
+  testing::expect_golden("hotspots_components", ask("component", 10, 0, true));
+  const Json all = ask("component", 10, 0, false);
+  EXPECT_EQ(all.at("excluded_files"), 0);
+  EXPECT_EQ(all.at("hotspots").at(0).at("name"), "unknown");
+  EXPECT_EQ(all.at("hotspots").at(0).at("files"), 3);
+}
+
+TEST_F(HotspotsTest, BadGroupByFailsBeforeThePeriodAndGit) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"File", "'File'"}, {"files", "'files'"}, {"it's", "\"it's\""}, {"", "''"}};
+  for (const auto& [value, quoted] : cases) {
+    EXPECT_EQ(testing::history_error_of([&] {
+                history_.hotspots(repository_, root_,
+                                  {.since = "soon",
+                                   .branch = "nope",
+                                   .group_by = value,
+                                   .limit = 1,
+                                   .offset = 0,
+                                   .source_only = false});
+              }).what(),
+              std::string("group_by must be 'file' or 'component'; got ") + quoted);
+  }
+  EXPECT_THAT(git_.calls, IsEmpty());
+  EXPECT_THAT(index_.calls, IsEmpty());
+}
+
+TEST_F(HotspotsTest, BadPeriodFailsBeforeGit) {
+  EXPECT_STREQ(testing::history_error_of([&] {
+                 history_.hotspots(repository_, root_,
+                                   {.since = "soon",
+                                    .branch = std::nullopt,
+                                    .group_by = "file",
+                                    .limit = 1,
+                                    .offset = 0,
+                                    .source_only = false});
+               }).what(),
+               "Cannot read the period 'soon'");
+  EXPECT_THAT(git_.calls, ElementsAre("parse_time_spec(soon)"));
+}
+
+TEST(RiskScoreTest, RoundsTheExactQuotientHalfToEven) {
+  const std::tuple<std::int64_t, std::int64_t, double> cases[] = {
+      {1, 8, 0.12}, {3, 8, 0.38}, {1, 40, 0.03}, {3, 40, 0.07},  {5, 8, 0.62},
+      {8, 8, 1.0},  {2, 3, 0.67}, {1, 3, 0.33},  {1, 200, 0.01}, {1, 201, 0.0}};
+  for (const auto& [commits, busiest, expected] : cases) {
+    EXPECT_EQ(detail::risk_score(commits, busiest), expected) << commits << "/" << busiest;
+  }
+  EXPECT_EQ(Json(detail::risk_score(4, 4)).dump(), "1.0");
+}
+
+class FileHotspotsTest : public HotspotsTest {
+ protected:
+  std::vector<Json> ask_short(std::int64_t limit) {
+    return history_.file_hotspots(repository_, root_,
+                                  {.since = "2 weeks", .branch = std::nullopt, .limit = limit});
+  }
+};
+
+TEST_F(FileHotspotsTest, FirstPageOfSourceFiles) {
+  testing::expect_golden("file_hotspots", Json(ask_short(2)));
+  EXPECT_THAT(ask_short(0), IsEmpty());
+}
+
+TEST_F(FileHotspotsTest, NoHistoryIsNoHotspotButAFailedGitIsAnError) {
+  git_.commits.clear();
+  EXPECT_THAT(ask_short(5), IsEmpty());
+  EXPECT_EQ(sink_.records.at(0), (LogRecord{"lomarind.workers.git_history",
+                                            LogLevel::kInfo,
+                                            "No hotspots for %s: %s",
+                                            {"/repo", "The repository has no commit yet"}}));
+  git_.commits = {{"HEAD", "c9"}};
+  git_.fail_on = "log_commit_changes";
+  EXPECT_TRUE(testing::history_error_of([&] { ask_short(5); }).cause_is_git_error());
+  EXPECT_EQ(logged(LogLevel::kInfo).size(), 1u);
+  git_.fail_on.clear();
+  index_.fail = true;
+  EXPECT_THROW(ask_short(5), std::runtime_error);
+}
+
+}  // namespace
+}  // namespace lomarind::git_history
