@@ -53,7 +53,7 @@ std::vector<std::string> symbol_lines(const Json& row) {
   if (symbols == row.end() || !symbols->is_array()) return lines;
   for (const Json& symbol : *symbols) {
     lines.push_back(fmt::format("{} {} (lines {}-{})", field_text(symbol, "kind"),
-                                field_text(symbol, "fqn"), field_text(symbol, "line"),
+                                field_text(symbol, "name"), field_text(symbol, "line"),
                                 field_text(symbol, "end_line")));
   }
   return lines;
@@ -76,6 +76,11 @@ std::string page_footer(const Json& answer, std::string_view key, std::string_vi
   return footer + ".\n";
 }
 
-std::string quoted_text(std::string_view text) { return "'" + terminal_text(text) + "'"; }
+std::string quoted_text(std::string_view text) {
+  std::string quoted = "'";
+  quoted += terminal_text(text);
+  quoted += '\'';
+  return quoted;
+}
 
 }  // namespace lomarind::cli

@@ -33,7 +33,7 @@ std::string path_text(const Json& row);
 // A status cell coloured by what happened to the file.
 Cell status_cell(const Json& row);
 
-// One line per entry of row["symbols"]: "function ns::run (lines 10-24)".
+// One line per entry of row["symbols"]: "function run (lines 10-24)".
 std::vector<std::string> symbol_lines(const Json& row);
 
 // The line under a table: which rows were shown of how many, and the

@@ -22,6 +22,7 @@ struct Terminal {
   std::ostream& out;
   std::ostream& err;
   RenderOptions render;
+  bool progress = false;  // err is a terminal: show a progress line
 };
 
 // What every history command works on: the module with its neighbours and
@@ -37,6 +38,13 @@ struct HistoryQuery {
 int run_recent(const HistoryQuery& query, const RecentArgs& args, const Terminal& terminal);
 int run_hotspots(const HistoryQuery& query, const HotspotsArgs& args, const Terminal& terminal);
 int run_diff(const HistoryQuery& query, const DiffArgs& args, const Terminal& terminal);
+
+struct RepositoryLocation;
+
+// Builds or updates the index of `location`; stops early, leaving the
+// previous index whole, once `stop` is raised.
+int run_index(const RepositoryLocation& location, const IndexArgs& args, const Terminal& terminal,
+              const std::atomic<bool>& stop);
 
 // The readable form of each answer: a summary line, a table of the page's
 // rows (symbol lines under a row when asked for) and a page footer.

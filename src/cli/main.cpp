@@ -1,15 +1,69 @@
-// The lomarind program: reads the command line and answers one question.
+// The lomarind program: reads the command line, answers one question and
+// exits 0, 1 when the question could not be answered, or 2 for a usage error.
+#include <unistd.h>
+
+#include <atomic>
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
 #include <iostream>
 #include <string>
 #include <vector>
 
 #include "cli/command_line.h"
+#include "cli/run_command.h"
+#include "cli/stream_log_sink.h"
+
+namespace {
+
+using namespace lomarind::cli;
+
+// Raised by SIGINT or SIGTERM so that `lomarind index` can stop between
+// files and leave the previous index whole. A signal handler receives no
+// argument, so the flag it sets has to be static; this is the program's only
+// such object, and the handler does nothing but store to it.
+std::atomic<bool>& stop_requested() {
+  static std::atomic<bool> flag{false};
+  return flag;
+}
+
+static_assert(std::atomic<bool>::is_always_lock_free);
+
+extern "C" void request_stop(int) { stop_requested().store(true); }
+
+// SA_RESETHAND: the first signal asks politely, a second one ends the
+// program at once.
+void install_stop_handlers() {
+  struct sigaction action {};
+  action.sa_handler = request_stop;
+  action.sa_flags = SA_RESETHAND;
+  sigemptyset(&action.sa_mask);
+  sigaction(SIGINT, &action, nullptr);
+  sigaction(SIGTERM, &action, nullptr);
+}
+
+bool colour_wanted() { return ::isatty(STDOUT_FILENO) == 1 && std::getenv("NO_COLOR") == nullptr; }
+
+}  // namespace
 
 int main(int argc, char** argv) {
-  using namespace lomarind::cli;
   const ParsedCommandLine parsed =
       parse_command_line(std::vector<std::string>(argv + 1, argv + argc));
-  std::cout << parsed.out;
-  std::cerr << parsed.err;
-  return parsed.exit_code;
+  if (!parsed.command_line) {
+    std::cout << parsed.out << std::flush;
+    std::cerr << parsed.err << std::flush;
+    return parsed.exit_code;
+  }
+  if (std::holds_alternative<IndexArgs>(parsed.command_line->command)) install_stop_handlers();
+  const StreamLogSink sink(std::cerr);
+  const Terminal terminal{std::cout, std::cerr,
+                          RenderOptions{.colour = colour_wanted(),
+                                        .now = std::chrono::floor<std::chrono::seconds>(
+                                            std::chrono::system_clock::now())},
+                          ::isatty(STDERR_FILENO) == 1};
+  try {
+    return run_command(*parsed.command_line, terminal, sink, stop_requested());
+  } catch (...) {
+    return report_failure(std::current_exception(), std::cerr);
+  }
 }

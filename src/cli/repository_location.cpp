@@ -5,6 +5,7 @@
 
 #include "cli/answer_text.h"
 #include "cli/display_text.h"
+#include "lomarind/storage/indexer.h"
 
 namespace lomarind::cli {
 
@@ -41,14 +42,6 @@ fs::path top_level(const git_utils::GitRunner& git, const std::string& repo) {
   return root;
 }
 
-fs::path default_index_file(const git_utils::GitRunner& git, const fs::path& root) {
-  const fs::path common_dir =
-      printed_path(git.run_checked(root, {"rev-parse", "--git-common-dir"}));
-  // git prints the common dir relative to the folder it ran in, unless it
-  // lies elsewhere (a linked worktree's main repository).
-  return (common_dir.is_absolute() ? common_dir : root / common_dir) / "lomarind" / "index.db";
-}
-
 }  // namespace
 
 RepositoryLocation locate_repository(const git_utils::GitRunner& git,
@@ -60,7 +53,7 @@ RepositoryLocation locate_repository(const git_utils::GitRunner& git,
   location.root = top_level(git, options.repo);
   location.index_given = options.index.has_value();
   location.index_file =
-      options.index ? fs::absolute(*options.index) : default_index_file(git, location.root);
+      options.index ? fs::absolute(*options.index) : indexer::default_index_path(location.root);
   return location;
 }
 

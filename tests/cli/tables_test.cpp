@@ -48,7 +48,7 @@ TEST(TablesTest, RecentShowsAgesRenamesSymbolsAndTheNextPage) {
             "main since '2 weeks': 3 commits\n"
             "PATH                      STATUS   COMMITS   LINES  LAST CHANGED\n"
             "src/old.cc -> src/new.cc  renamed        2   +4 -1  3 days ago\n"
-            "    function app::run (lines 3-9)\n"
+            "    function run (lines 3-9)\n"
             "evil\\x1b[2J.txt           added          1  +10 -0  2 hours ago\n"
             "Showing files 1-2 of 5; pass --offset 2 for the next page.\n");
 }

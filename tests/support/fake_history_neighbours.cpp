@@ -44,6 +44,12 @@ Json FakePaginationHint::add_pagination_hint(Json result, std::int64_t count) co
   return result;
 }
 
+std::string joined(const std::vector<std::string>& calls) {
+  std::string out;
+  for (const std::string& call : calls) out += (out.empty() ? "" : " ") + call;
+  return out;
+}
+
 void expect_golden(const std::string& name, const Json& answer) {
   const std::string path = std::string(LOMARIND_TEST_DATA) + "/git_history/" + name + ".json";
   const std::string actual = answer.dump(2) + "\n";

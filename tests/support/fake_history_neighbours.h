@@ -56,6 +56,9 @@ git_history::GitHistoryError history_error_of(Block&& block) {
   return git_history::GitHistoryError("");
 }
 
+// The recorded calls as one string, "a(x) b(y)", for compact expectations.
+std::string joined(const std::vector<std::string>& calls);
+
 // Compares `answer`, as dump(2), with tests/data/git_history/<name>.json.
 // With LOMARIND_UPDATE_GOLDEN=1 in the environment it rewrites the file.
 void expect_golden(const std::string& name, const Json& answer);

@@ -143,10 +143,16 @@ std::string ctags_complaint(std::string_view err) {
   return "no message";
 }
 
+// --options=NONE comes first, so that no .ctags.d of the repository can
+// redirect the output or switch parsers off. The list goes on stdin in
+// order, each name prefixed with "./" so that none reads as an option.
+// Patterns (-P) are never read and cost ctags a fair share of its time;
+// --sort=no keeps each file's tags together as they are found; links are
+// not followed.
 void run_ctags(const CtagsOptions& options, TagStream& stream, FileQueue& queue) {
   const subprocess::Command command{
       .argv = {options.program, "--options=NONE", "-o", "-", "--output-format=json",
-               "--fields=+neKzS", "--sort=no", "--links=no", "-L", "-"},
+               "--fields=+neKzS", "--fields=-P", "--sort=no", "--links=no", "-L", "-"},
       .environment = subprocess::inherited_environment(),
       .input = stream.file_list(),
       .working_directory = options.repo_root};

@@ -79,6 +79,7 @@ class FlatJson {
 
  private:
   static std::optional<std::string> unescape(std::string_view raw) {
+    if (raw.find('\\') == std::string_view::npos) return std::string(raw);
     std::string out;
     out.reserve(raw.size());
     for (std::size_t i = 0; i < raw.size(); ++i) {

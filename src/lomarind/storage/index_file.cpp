@@ -17,11 +17,10 @@
 namespace lomarind::repository_changes {
 namespace {
 
-constexpr char kSchema[] = R"sql(
+constexpr char kSchemaTables[] = R"sql(
 CREATE TABLE files   (path TEXT PRIMARY KEY, language TEXT, component TEXT);
 CREATE TABLE symbols (path TEXT NOT NULL, name TEXT NOT NULL, kind TEXT NOT NULL,
                       fqn TEXT NOT NULL, start_line INTEGER NOT NULL, end_line INTEGER NOT NULL);
-CREATE INDEX symbols_by_path ON symbols(path, start_line);
 CREATE TABLE meta    (key TEXT PRIMARY KEY, value TEXT);
 )sql";
 
@@ -29,6 +28,10 @@ CREATE TABLE meta    (key TEXT PRIMARY KEY, value TEXT);
 constexpr std::string_view kSchemaColumns =
     "files(path,language,component) meta(key,value) "
     "symbols(path,name,kind,fqn,start_line,end_line) ";
+
+// 512 MiB of 4 KiB pages: more than a full rebuild of a large repository
+// writes, yet a bound on memory.
+constexpr int kSpillPages = 131072;
 
 constexpr std::string_view kForeignAdvice = "; pass --index FILE or remove it";
 
@@ -152,7 +155,8 @@ void create_index_file(const std::filesystem::path& location, const std::filesys
   try {
     SQLite::Database db(temporary.c_str(), SQLite::OPEN_READWRITE | SQLite::OPEN_NOFOLLOW);
     SQLite::Transaction transaction(db);
-    db.exec(kSchema);
+    db.exec(kSchemaTables);
+    db.exec(kCreateSymbolsIndex);
     db.exec("PRAGMA user_version = " + std::to_string(kIndexSchemaVersion));
     transaction.commit();
   } catch (const SQLite::Exception&) {
@@ -201,9 +205,10 @@ SQLite::Database open_index_for_writing(const std::filesystem::path& path, int b
                                "the file is read-only; make it writable or pass "
                                "--index FILE"));
     }
-    // Dirty pages stay in memory until commit, so readers are never locked
-    // out while a run builds its transaction.
-    db.exec("PRAGMA cache_spill = OFF");
+    // Dirty pages stay in memory until commit, so readers are not locked
+    // out while a run builds its transaction; only a transaction larger than
+    // the threshold spills to the file early, which takes the exclusive lock.
+    db.exec("PRAGMA cache_spill = " + std::to_string(kSpillPages));
     return db;
   } catch (const SQLite::Exception&) {
     throw_index_error(path, "open");

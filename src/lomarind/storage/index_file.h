@@ -17,6 +17,9 @@ namespace lomarind::repository_changes {
 // The schema version written to PRAGMA user_version.
 inline constexpr int kIndexSchemaVersion = 1;
 
+inline constexpr char kCreateSymbolsIndex[] =
+    "CREATE INDEX symbols_by_path ON symbols(path, start_line)";
+
 // How long a query or the indexer waits for another connection's lock.
 inline constexpr int kBusyTimeoutMs = 5000;
 

@@ -21,6 +21,27 @@ std::optional<std::string> optional_text(const SQLite::Column& column) {
   return column.getString();
 }
 
+// Rows per INSERT: one statement step per row costs more than the row.
+constexpr std::size_t kSymbolBatch = 16;
+
+std::string symbol_insert(std::size_t rows) {
+  std::string sql = "INSERT INTO symbols (path, name, kind, fqn, start_line, end_line) VALUES ";
+  for (std::size_t row = 0; row < rows; ++row)
+    sql += row == 0 ? "(?, ?, ?, ?, ?, ?)" : ", (?, ?, ?, ?, ?, ?)";
+  return sql;
+}
+
+void bind_symbol(SQLite::Statement& statement, std::size_t row, const std::string& path,
+                 const IndexedSymbol& symbol) {
+  const int first = static_cast<int>(row) * 6;
+  statement.bind(first + 1, path);
+  statement.bind(first + 2, symbol.name);
+  statement.bind(first + 3, symbol.kind);
+  statement.bind(first + 4, symbol.fqn);
+  statement.bind(first + 5, symbol.start_line);
+  statement.bind(first + 6, symbol.end_line);
+}
+
 std::string prefix_end(std::string prefix) {
   prefix.back() = static_cast<char>(prefix.back() + 1);
   return prefix;
@@ -33,9 +54,8 @@ IndexWriter::IndexWriter(const std::filesystem::path& path, int busy_timeout_ms)
       delete_file_(db_, "DELETE FROM files WHERE path = ?"),
       delete_symbols_(db_, "DELETE FROM symbols WHERE path = ?"),
       insert_file_(db_, "INSERT INTO files (path, language, component) VALUES (?, ?, ?)"),
-      insert_symbol_(db_,
-                     "INSERT INTO symbols (path, name, kind, fqn, start_line, end_line) "
-                     "VALUES (?, ?, ?, ?, ?, ?)"),
+      insert_symbol_(db_, symbol_insert(1)),
+      insert_symbol_batch_(db_, symbol_insert(kSymbolBatch)),
       update_facts_(db_, "UPDATE files SET language = ?, component = ? WHERE path = ?") {
   guarded([this] { db_.exec("BEGIN IMMEDIATE"); });
   open_ = true;
@@ -154,7 +174,10 @@ IndexWriter::Totals IndexWriter::totals() const {
 }
 
 void IndexWriter::clear() {
-  guarded([this] { db_.exec("DELETE FROM symbols; DELETE FROM files;"); });
+  guarded([this] {
+    db_.exec("DROP INDEX IF EXISTS symbols_by_path; DELETE FROM symbols; DELETE FROM files;");
+  });
+  cleared_ = true;
 }
 
 void IndexWriter::remove_file(const std::string& path) {
@@ -168,29 +191,35 @@ void IndexWriter::remove_file(const std::string& path) {
 }
 
 void IndexWriter::put_file(const IndexedFile& file) {
-  remove_file(file.path);
+  if (!cleared_) remove_file(file.path);
   guarded([&] {
     insert_file_.reset();
     insert_file_.bind(1, file.path);
     bind_optional(insert_file_, 2, file.language);
     bind_optional(insert_file_, 3, file.component);
     insert_file_.exec();
-    insert_symbol_.reset();
-    insert_symbol_.bind(1, file.path);
-    for (const IndexedSymbol& symbol : file.symbols) {
+    const std::vector<IndexedSymbol>& symbols = file.symbols;
+    std::size_t next = 0;
+    for (; symbols.size() - next >= kSymbolBatch; next += kSymbolBatch) {
+      insert_symbol_batch_.reset();
+      for (std::size_t row = 0; row < kSymbolBatch; ++row) {
+        bind_symbol(insert_symbol_batch_, row, file.path, symbols[next + row]);
+      }
+      insert_symbol_batch_.exec();
+    }
+    for (; next < symbols.size(); ++next) {
       insert_symbol_.reset();
-      insert_symbol_.bind(2, symbol.name);
-      insert_symbol_.bind(3, symbol.kind);
-      insert_symbol_.bind(4, symbol.fqn);
-      insert_symbol_.bind(5, symbol.start_line);
-      insert_symbol_.bind(6, symbol.end_line);
+      bind_symbol(insert_symbol_, 0, file.path, symbols[next]);
       insert_symbol_.exec();
     }
   });
 }
 
 void IndexWriter::commit() {
-  guarded([this] { db_.exec("COMMIT"); });
+  guarded([this] {
+    if (cleared_) db_.exec(kCreateSymbolsIndex);
+    db_.exec("COMMIT");
+  });
   open_ = false;
 }
 

@@ -57,7 +57,10 @@ class IndexWriter {
   // Every file the index holds, with its facts.
   IndexedPaths stored_files() const;
 
-  // Drops every file and symbol.
+  // Drops every file and symbol. Until commit() the symbols are not
+  // indexed by path (rebuilding the index once is far cheaper than keeping
+  // it up to date row by row), so remove_file() and replacing a file by
+  // put_file() get slow; each path should be put once.
   void clear();
   // Drops one file and its symbols; a path the index lacks is no error.
   void remove_file(const std::string& path);
@@ -86,8 +89,10 @@ class IndexWriter {
   SQLite::Statement delete_symbols_;
   SQLite::Statement insert_file_;
   SQLite::Statement insert_symbol_;
+  SQLite::Statement insert_symbol_batch_;  // kSymbolBatch rows at once
   SQLite::Statement update_facts_;
-  bool open_ = false;  // a transaction is in progress
+  bool open_ = false;     // a transaction is in progress
+  bool cleared_ = false;  // clear() ran: no file to replace, no index on symbols
 };
 
 }  // namespace lomarind::repository_changes

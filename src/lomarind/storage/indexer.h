@@ -19,7 +19,7 @@ struct IndexerOptions {
   bool full = false;                 // re-read every file, not only what changed
   // Called from the indexing thread as files are stored: `done` of `total`
   // files to read in this run.
-  std::function<void(std::size_t done, std::size_t total)> progress;
+  std::function<void(std::size_t done, std::size_t total)> progress = nullptr;
   // Set by a signal handler: the run stops promptly and rolls back.
   const std::atomic<bool>* stop = nullptr;
   std::string ctags_program = "ctags";  // a path, or a name looked up on PATH

@@ -33,7 +33,10 @@ std::vector<std::string> diff_command(std::initializer_list<std::string_view> le
 // from nine digits on), so every date reaches it in this form.
 std::string git_date(std::chrono::sys_seconds time) {
   auto seconds = std::max<std::int64_t>(0, time.time_since_epoch().count());
-  return "@" + std::to_string(seconds) + " +0000";
+  std::string date = "@";
+  date += std::to_string(seconds);
+  date += " +0000";
+  return date;
 }
 
 std::string first_line(std::string_view out) { return std::string(out.substr(0, out.find('\n'))); }

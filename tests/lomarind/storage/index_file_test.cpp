@@ -65,11 +65,6 @@ TEST_F(IndexFileTest, RefusesAFileThatIsNoDatabase) {
   expect_refused("not a lomarind index (not an SQLite database); pass --index FILE or remove it");
 }
 
-TEST_F(IndexFileTest, RefusesAnEmptyFile) {
-  write_bytes(index_path(), "");
-  expect_refused("not a lomarind index (user_version 0)");
-}
-
 TEST_F(IndexFileTest, RefusesAnotherSchemaVersion) {
   make_sqlite_file(index_path(), "CREATE TABLE t (x); PRAGMA user_version = 7;");
   expect_refused("not a lomarind index (user_version 7); pass --index FILE or remove it");
@@ -122,12 +117,6 @@ TEST_F(IndexFileTest, ReadOnlyFileStillAnswersQueries) {
   ::chmod(index_path().c_str(), 0444);
   const IndexDb db = IndexDb::open_for_queries(index_path());
   EXPECT_EQ(SqliteIndex().indexed_paths(db, {"a.py"}).size(), 1u);
-}
-
-TEST_F(IndexFileTest, DirectoryIsRefused) {
-  std::filesystem::create_directory(index_path());
-  EXPECT_THROW(IndexDb::open_for_queries(index_path()), IndexError);
-  EXPECT_THROW(IndexWriter{index_path()}, IndexError);
 }
 
 }  // namespace

@@ -61,14 +61,5 @@ TEST(LanguageFilterTest, LanguageByCaseSensitiveExtension) {
   }
 }
 
-TEST(LanguageFilterTest, SourceLanguagesExcludeDocumentsAndData) {
-  EXPECT_TRUE(in_source_languages("objective-c"));
-  EXPECT_TRUE(in_source_languages("svelte"));
-  EXPECT_FALSE(in_source_languages("markdown"));
-  EXPECT_FALSE(in_source_languages("json"));
-  EXPECT_FALSE(in_source_languages(""));
-  EXPECT_FALSE(in_source_languages("Python"));
-}
-
 }  // namespace
 }  // namespace lomarind::language_filter

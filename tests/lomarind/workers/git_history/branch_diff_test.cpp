@@ -11,7 +11,7 @@ using testing::change;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-class BranchDiffTest : public testing::GitHistoryTest {
+class BranchDiffAnswerTest : public testing::GitHistoryTest {
  protected:
   void SetUp() override {
     git_.commits = {{"main", "c1"}, {"feature", "c2"}, {"HEAD", "c1"}};
@@ -39,7 +39,7 @@ class BranchDiffTest : public testing::GitHistoryTest {
   }
 };
 
-TEST_F(BranchDiffTest, FiltersPagesAndReadsSymbolsForThePageOnly) {
+TEST_F(BranchDiffAnswerTest, FiltersPagesAndReadsSymbolsForThePageOnly) {
   testing::expect_golden("branch_diff", ask("feature", true, 2, 0, true));
   EXPECT_THAT(git_.calls,
               ElementsAre("resolve_commit(main)", "resolve_commit(feature)",
@@ -52,7 +52,7 @@ TEST_F(BranchDiffTest, FiltersPagesAndReadsSymbolsForThePageOnly) {
                           "per_file=10)"));
 }
 
-TEST_F(BranchDiffTest, SameCommitNotesItAndReadsNothingMore) {
+TEST_F(BranchDiffAnswerTest, SameCommitNotesItAndReadsNothingMore) {
   EXPECT_EQ(ask(std::nullopt, true, 10, 0, false).dump(),
             R"({"base_branch":"main","head_branch":"main","commit_count":0,"excluded_files":0,)"
             R"("note":"Already on base branch","files":[],"total_count":0,"truncated":false,)"
@@ -60,9 +60,11 @@ TEST_F(BranchDiffTest, SameCommitNotesItAndReadsNothingMore) {
   EXPECT_THAT(git_.calls, ElementsAre("resolve_commit(main)", "resolve_commit(HEAD)",
                                       "resolve_display_branch()"));
   EXPECT_THAT(index_.calls, IsEmpty());
+  EXPECT_STREQ(testing::history_error_of([&] { ask("x", false, 1, 0, false); }).what(),
+               "Branch 'x' not found; leave head_branch empty to use the current branch");
 }
 
-TEST_F(BranchDiffTest, PagePastTheEndStillCountsEveryFile) {
+TEST_F(BranchDiffAnswerTest, PagePastTheEndStillCountsEveryFile) {
   const Json answer = ask("feature", true, 10, 9, false);
   EXPECT_EQ(answer.at("files"), Json::array());
   EXPECT_EQ(answer.at("total_count"), 5);
@@ -70,15 +72,6 @@ TEST_F(BranchDiffTest, PagePastTheEndStillCountsEveryFile) {
   EXPECT_EQ(answer.at("commit_count"), 4);
   EXPECT_EQ(git_.calls.back(), "count_commits(c1, c2)");
   EXPECT_THAT(index_.calls, IsEmpty());
-}
-
-TEST_F(BranchDiffTest, RenamedFileOfALaterPageDiffsBothPaths) {
-  const Json answer = ask("feature", true, 1, 4, false);
-  EXPECT_EQ(answer.at("files").at(0).at("old_path"), "src/a.py");
-  EXPECT_EQ(git_.calls.back(),
-            "diff_line_spans(c1, c2, merge_base=true, paths=[src/b.py, src/a.py])");
-  EXPECT_STREQ(testing::history_error_of([&] { ask("x", false, 1, 0, false); }).what(),
-               "Branch 'x' not found; leave head_branch empty to use the current branch");
 }
 
 }  // namespace

@@ -68,37 +68,20 @@ TEST_F(HotspotsTest, ComponentsRankByCommitsThenNameWithUnknownForTheRest) {
   EXPECT_EQ(all.at("hotspots").at(0).at("files"), 3);
 }
 
-TEST_F(HotspotsTest, BadGroupByFailsBeforeThePeriodAndGit) {
-  const std::pair<const char*, const char*> cases[] = {
+TEST_F(HotspotsTest, BadGroupByFailsBeforeThePeriodAndBadPeriodBeforeGit) {
+  const std::pair<std::string, std::string> cases[] = {
       {"File", "'File'"}, {"files", "'files'"}, {"it's", "\"it's\""}, {"", "''"}};
+  git_.periods.clear();
   for (const auto& [value, quoted] : cases) {
-    EXPECT_EQ(testing::history_error_of([&] {
-                history_.hotspots(repository_, root_,
-                                  {.since = "soon",
-                                   .branch = "nope",
-                                   .group_by = value,
-                                   .limit = 1,
-                                   .offset = 0,
-                                   .source_only = false});
-              }).what(),
-              std::string("group_by must be 'file' or 'component'; got ") + quoted);
+    EXPECT_EQ(testing::history_error_of([&] { ask(value, 1, 0, false); }).what(),
+              "group_by must be 'file' or 'component'; got " + quoted);
   }
   EXPECT_THAT(git_.calls, IsEmpty());
+  const GitHistoryError bad_period = testing::history_error_of([&] { ask("file", 1, 0, false); });
+  EXPECT_STREQ(bad_period.what(), "Cannot read the period '2 weeks'");
+  EXPECT_THROW(std::rethrow_exception(bad_period.cause()), std::invalid_argument);
+  EXPECT_THAT(git_.calls, ElementsAre("parse_time_spec(2 weeks)"));
   EXPECT_THAT(index_.calls, IsEmpty());
-}
-
-TEST_F(HotspotsTest, BadPeriodFailsBeforeGit) {
-  EXPECT_STREQ(testing::history_error_of([&] {
-                 history_.hotspots(repository_, root_,
-                                   {.since = "soon",
-                                    .branch = std::nullopt,
-                                    .group_by = "file",
-                                    .limit = 1,
-                                    .offset = 0,
-                                    .source_only = false});
-               }).what(),
-               "Cannot read the period 'soon'");
-  EXPECT_THAT(git_.calls, ElementsAre("parse_time_spec(soon)"));
 }
 
 TEST(RiskScoreTest, RoundsTheExactQuotientHalfToEven) {

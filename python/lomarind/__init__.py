@@ -1,0 +1,1 @@
+"""lomarind: answers about a git repository's history for a code index."""

@@ -1,0 +1,1 @@
+"""Helpers of the lomarind package: the git reader, filters and pagination."""

@@ -1,0 +1,1 @@
+"""The workers of the lomarind package."""

@@ -1,0 +1,127 @@
+"""The history of a git repository for the code index.
+
+Which files a branch changed since it left its base (branch_diff), which files
+a period changed (recent_changes), and which files or components it changed
+most often (hotspots, file_hotspots); on request, the index's symbols on each
+file's changed lines.
+
+Every answer reads git through `git_utils` and the index through
+`repository_changes`, looked up on this module at each call, as are the
+filter functions, SOURCE_LANGUAGES and add_pagination_hint: replacing one
+here, or on its own module, takes effect on the next call.
+"""
+
+import logging
+import sys
+from dataclasses import dataclass
+from typing import Optional
+
+from lomarind import _lomarind
+from lomarind.storage import repository_changes
+from lomarind.storage.repository_changes import IndexedPath, LineRange, Repository, SymbolOnLines
+from lomarind.utils import git_utils
+from lomarind.utils.git_utils import CommitChanges, FileChange, GitError, LineSpan
+from lomarind.utils.language_filter import SOURCE_LANGUAGES, is_source_extension
+from lomarind.utils.pagination import add_pagination_hint
+from lomarind.utils.path_filter import is_test_path, should_skip_path
+from lomarind.workers.retrieval import RETRIEVABLE_KINDS
+
+_core = _lomarind.git_history
+_this = sys.modules[__name__]
+
+MAX_COMMITS = _core.MAX_COMMITS
+SYMBOLS_PER_ROW = _core.SYMBOLS_PER_ROW
+CHANGE_KINDS: frozenset = RETRIEVABLE_KINDS
+_WHOLE_FILE = LineSpan(1, 2000000000, True)
+_SAME_COMMIT_NOTE = "Already on base branch"
+
+logger = logging.getLogger(__name__)
+
+
+class GitHistoryError(Exception):
+    """A question about the history that cannot be answered as asked; the message says why."""
+
+
+@dataclass(frozen=True)
+class BranchChanges:
+    """What a branch changed since it left its base, and the two commits compared."""
+
+    base_branch: str
+    head_branch: str
+    base_commit: str
+    head_commit: str
+    commit_count: int
+    files: tuple
+
+    @property
+    def note(self) -> Optional[str]:
+        """Why there is nothing to compare, when the head is the base."""
+        return _SAME_COMMIT_NOTE if self.base_commit == self.head_commit else None
+
+
+def is_source_path(path, language):
+    """Whether a changed file is production source: code that is no test and not generated."""
+    return _core.is_source_path(_this, path, language)
+
+
+def branch_changes(repo_root, base_branch, head_branch, *, head_parameter="head_branch"):
+    """What a branch changed since it left its base."""
+    return _core.branch_changes(_this, repo_root, base_branch, head_branch, head_parameter)
+
+
+def recent_changes(repository, repo_root, *, since, branch, include_symbols, limit, offset,
+                   source_only):
+    """The files a period changed on a branch, the latest change first."""
+    return _core.recent_changes(_this, repository, repo_root, since, branch, include_symbols,
+                                limit, offset, source_only)
+
+
+def hotspots(repository, repo_root, *, since, branch, group_by, limit, offset, source_only):
+    """The files or components a period changed most often, with a risk score."""
+    return _core.hotspots(_this, repository, repo_root, since, branch, group_by, limit, offset,
+                          source_only)
+
+
+def file_hotspots(repository, repo_root, *, since, branch, limit):
+    """The first page of production source hotspots; none for a history that cannot be read."""
+    return _core.file_hotspots(_this, repository, repo_root, since, branch, limit)
+
+
+def branch_diff(repository, repo_root, *, base_branch, head_branch, include_symbols, limit,
+                offset, source_only):
+    """The files a branch changed since it left its base, the most lines changed first."""
+    return _core.branch_diff(_this, repository, repo_root, base_branch, head_branch,
+                             include_symbols, limit, offset, source_only)
+
+
+def by_lines_changed(files):
+    """The files, the most lines changed first, then by path."""
+    return _core.by_lines_changed(files)
+
+
+def change_row(change):
+    """The answer row of one changed file."""
+    return _core.change_row(change)
+
+
+def changed_line_spans(repo_root, base_commit, head_commit, files, *, merge_base):
+    """The head-side lines each file changed, by path."""
+    return _core.changed_line_spans(_this, repo_root, base_commit, head_commit, files,
+                                    merge_base)
+
+
+def line_ranges(spans, paths):
+    """The spans of `paths`, in that order, as ranges for the index."""
+    return _core.line_ranges(spans, paths)
+
+
+def touched_symbols(repository, repo_root, base_commit, head_commit, files, *, merge_base,
+                    per_file=SYMBOLS_PER_ROW):
+    """The index's symbols on each file's changed lines, by path."""
+    return _core.touched_symbols(_this, repository, repo_root, base_commit, head_commit, files,
+                                 merge_base, per_file)
+
+
+def symbol_row(symbol):
+    """The answer row of one symbol."""
+    return _core.symbol_row(symbol)

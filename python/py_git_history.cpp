@@ -1,0 +1,104 @@
+// The history answers for Python. Each call builds the module's neighbours
+// over the Python module object it is given (lomarind.workers.git_history),
+// runs the answer with the GIL held (the git and index neighbours release it
+// while they work), and turns GitHistoryError into the module's Python
+// exception, chained to the Python GitError or ValueError behind it.
+#include <string>
+
+#include "py_bindings.h"
+#include "py_convert.h"
+#include "py_host.h"
+#include "py_records.h"
+
+namespace lomarind::python {
+
+namespace {
+
+py::object recent_changes(const py::module_& host, const py::object& repository,
+                          const py::object& repo_root, py::handle since, py::handle branch,
+                          bool include_symbols, std::int64_t limit, std::int64_t offset,
+                          bool source_only) {
+  HostNeighbours n(host, repo_root, repository.attr("db"));
+  const git_history::RecentChangesOptions options{.since = to_bytes(since, "since"),
+                                                  .branch = to_optional_bytes(branch, "branch"),
+                                                  .include_symbols = include_symbols,
+                                                  .limit = limit,
+                                                  .offset = offset,
+                                                  .source_only = source_only};
+  return answering(host, [&] {
+    return json_to_python(n.history.recent_changes(n.repository, to_path(repo_root), options));
+  });
+}
+
+py::object hotspots(const py::module_& host, const py::object& repository,
+                    const py::object& repo_root, py::handle since, py::handle branch,
+                    py::handle group_by, std::int64_t limit, std::int64_t offset,
+                    bool source_only) {
+  HostNeighbours n(host, repo_root, repository.attr("db"));
+  const git_history::HotspotsOptions options{.since = to_bytes(since, "since"),
+                                             .branch = to_optional_bytes(branch, "branch"),
+                                             .group_by = to_bytes(group_by, "group_by"),
+                                             .limit = limit,
+                                             .offset = offset,
+                                             .source_only = source_only};
+  return answering(host, [&] {
+    return json_to_python(n.history.hotspots(n.repository, to_path(repo_root), options));
+  });
+}
+
+py::object file_hotspots(const py::module_& host, const py::object& repository,
+                         const py::object& repo_root, py::handle since, py::handle branch,
+                         std::int64_t limit) {
+  HostNeighbours n(host, repo_root, repository.attr("db"));
+  const git_history::FileHotspotsOptions options{.since = to_bytes(since, "since"),
+                                                 .branch = to_optional_bytes(branch, "branch"),
+                                                 .limit = limit};
+  return answering(host, [&]() -> py::object {
+    py::list rows;
+    for (const Json& row : n.history.file_hotspots(n.repository, to_path(repo_root), options)) {
+      rows.append(json_to_python(row));
+    }
+    return rows;
+  });
+}
+
+py::object branch_diff(const py::module_& host, const py::object& repository,
+                       const py::object& repo_root, py::handle base_branch, py::handle head_branch,
+                       bool include_symbols, std::int64_t limit, std::int64_t offset,
+                       bool source_only) {
+  HostNeighbours n(host, repo_root, repository.attr("db"));
+  const git_history::BranchDiffOptions options{
+      .base_branch = to_optional_bytes(base_branch, "base_branch"),
+      .head_branch = to_optional_bytes(head_branch, "head_branch"),
+      .include_symbols = include_symbols,
+      .limit = limit,
+      .offset = offset,
+      .source_only = source_only};
+  return answering(host, [&] {
+    return json_to_python(n.history.branch_diff(n.repository, to_path(repo_root), options));
+  });
+}
+
+}  // namespace
+
+// The smaller operations; defined in py_git_history_parts.cpp.
+void bind_git_history_parts(py::module_& module);
+
+void bind_git_history(py::module_& module) {
+  using py::arg;
+  module.def("recent_changes", recent_changes, arg("host"), arg("repository"), arg("repo_root"),
+             arg("since"), arg("branch"), arg("include_symbols"), arg("limit"), arg("offset"),
+             arg("source_only"));
+  module.def("hotspots", hotspots, arg("host"), arg("repository"), arg("repo_root"), arg("since"),
+             arg("branch"), arg("group_by"), arg("limit"), arg("offset"), arg("source_only"));
+  module.def("file_hotspots", file_hotspots, arg("host"), arg("repository"), arg("repo_root"),
+             arg("since"), arg("branch"), arg("limit"));
+  module.def("branch_diff", branch_diff, arg("host"), arg("repository"), arg("repo_root"),
+             arg("base_branch"), arg("head_branch"), arg("include_symbols"), arg("limit"),
+             arg("offset"), arg("source_only"));
+  module.attr("MAX_COMMITS") = git_history::MAX_COMMITS;
+  module.attr("SYMBOLS_PER_ROW") = git_history::SYMBOLS_PER_ROW;
+  bind_git_history_parts(module);
+}
+
+}  // namespace lomarind::python

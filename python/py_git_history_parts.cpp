@@ -1,0 +1,116 @@
+// The history module's smaller public operations for Python: the branch
+// record, row builders, changed lines, symbols and the source test.
+#include "py_bindings.h"
+#include "py_convert.h"
+#include "py_host.h"
+#include "py_records.h"
+
+namespace lomarind::python {
+
+namespace {
+
+py::object branch_changes(const py::module_& host, const py::object& repo_root,
+                          py::handle base_branch, py::handle head_branch,
+                          py::handle head_parameter) {
+  HostNeighbours n(host, repo_root, py::none());
+  const auto base = to_optional_bytes(base_branch, "base_branch");
+  const auto head = to_optional_bytes(head_branch, "head_branch");
+  const git_history::BranchChangesOptions options{.head_parameter =
+                                                      to_bytes(head_parameter, "head_parameter")};
+  return answering(host, [&] {
+    const git_history::BranchChanges changes =
+        n.history.branch_changes(to_path(repo_root), base, head, options);
+    py::list files;
+    for (const git_utils::FileChange& change : changes.files()) files.append(to_python(change));
+    return host.attr("BranchChanges")(to_str(changes.base_branch()), to_str(changes.head_branch()),
+                                      to_str(changes.base_commit()), to_str(changes.head_commit()),
+                                      changes.commit_count(), py::tuple(files));
+  });
+}
+
+py::list by_lines_changed(py::handle files) {
+  py::list result;
+  for (const auto& change : git_history::by_lines_changed(file_changes_from(files))) {
+    result.append(to_python(change));
+  }
+  return result;
+}
+
+py::object changed_line_spans(const py::module_& host, const py::object& repo_root,
+                              py::handle base_commit, py::handle head_commit, py::handle files,
+                              bool merge_base) {
+  HostNeighbours n(host, repo_root, py::none());
+  const auto base = to_optional_bytes(base_commit, "base_commit");
+  const std::string head = to_bytes(head_commit, "head_commit");
+  const auto changes = file_changes_from(files);
+  return answering(host, [&]() -> py::object {
+    return to_python(n.history.changed_line_spans(to_path(repo_root), base, head, changes,
+                                                  {.merge_base = merge_base}));
+  });
+}
+
+py::list line_ranges(py::handle spans, py::handle paths) {
+  std::vector<std::string> path_list;
+  for (const py::handle path : paths) path_list.push_back(to_bytes(path, "a path"));
+  py::list result;
+  for (const auto& range : git_history::line_ranges(line_spans_from(spans), path_list)) {
+    result.append(to_python(range));
+  }
+  return result;
+}
+
+py::object touched_symbols(const py::module_& host, const py::object& repository,
+                           const py::object& repo_root, py::handle base_commit,
+                           py::handle head_commit, py::handle files, bool merge_base,
+                           int per_file) {
+  HostNeighbours n(host, repo_root, repository.attr("db"));
+  const auto base = to_optional_bytes(base_commit, "base_commit");
+  const std::string head = to_bytes(head_commit, "head_commit");
+  const auto changes = file_changes_from(files);
+  return answering(host, [&]() -> py::object {
+    py::dict result;
+    for (const auto& [path, rows] :
+         n.history.touched_symbols(n.repository, to_path(repo_root), base, head, changes,
+                                   {.merge_base = merge_base, .per_file = per_file})) {
+      py::list list;
+      for (const Json& row : rows) list.append(json_to_python(row));
+      result[to_str(path)] = list;
+    }
+    return result;
+  });
+}
+
+bool is_source_path(const py::module_& host, py::handle path, py::handle language) {
+  HostNeighbours n(host, py::none(), py::none());
+  return n.history.is_source_path(to_bytes(path, "path"), to_optional_bytes(language, "language"));
+}
+
+}  // namespace
+
+void bind_git_history_parts(py::module_& module) {
+  using py::arg;
+  module.def("branch_changes", branch_changes, arg("host"), arg("repo_root"), arg("base_branch"),
+             arg("head_branch"), arg("head_parameter"));
+  module.def("by_lines_changed", by_lines_changed, arg("files"));
+  module.def(
+      "change_row",
+      [](py::handle change) {
+        return json_to_python(git_history::change_row(file_change_from(change)));
+      },
+      arg("change"));
+  module.def("changed_line_spans", changed_line_spans, arg("host"), arg("repo_root"),
+             arg("base_commit"), arg("head_commit"), arg("files"), arg("merge_base"));
+  module.def("line_ranges", line_ranges, arg("spans"), arg("paths"));
+  module.def("touched_symbols", touched_symbols, arg("host"), arg("repository"), arg("repo_root"),
+             arg("base_commit"), arg("head_commit"), arg("files"), arg("merge_base"),
+             arg("per_file"));
+  module.def(
+      "symbol_row",
+      [](py::handle symbol) {
+        return json_to_python(git_history::symbol_row(symbol_from(symbol)));
+      },
+      arg("symbol"));
+  module.def("is_source_path", is_source_path, arg("host"), arg("path"), arg("language"));
+}
+
+}  // namespace lomarind::python

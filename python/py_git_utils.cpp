@@ -1,0 +1,133 @@
+// The git reader for Python: each call runs git without the GIL, through
+// a GitCli whose clock is the wall clock.
+#include <chrono>
+
+#include "lomarind/utils/git_cli.h"
+#include "py_bindings.h"
+#include "py_convert.h"
+#include "py_records.h"
+
+namespace lomarind::python {
+
+namespace {
+
+git_utils::GitCli reader() {
+  return git_utils::GitCli(git_utils::GitRunner(), [] {
+    return std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
+  });
+}
+
+// Runs `read` on a fresh reader without holding the GIL.
+template <typename Read>
+auto without_gil(Read read) {
+  const git_utils::GitCli git = reader();
+  py::gil_scoped_release release;
+  return read(git);
+}
+
+py::object resolve_commit(py::handle repo_root, py::handle name) {
+  const auto root = to_path(repo_root);
+  const std::string revision = to_bytes(name, "name");
+  return to_optional_str(without_gil(
+      [&](const git_utils::GitCli& git) { return git.resolve_commit(root, revision); }));
+}
+
+py::object resolve_display_branch(py::handle repo_root) {
+  const auto root = to_path(repo_root);
+  return to_optional_str(
+      without_gil([&](const git_utils::GitCli& git) { return git.resolve_display_branch(root); }));
+}
+
+py::str get_default_branch(py::handle repo_root) {
+  const auto root = to_path(repo_root);
+  return to_str(
+      without_gil([&](const git_utils::GitCli& git) { return git.get_default_branch(root); }));
+}
+
+py::object parse_time_spec(py::handle since) {
+  return to_datetime(reader().parse_time_spec(to_bytes(since, "since")));
+}
+
+py::list diff_file_changes(py::handle repo_root, py::handle base_commit, py::handle head_commit) {
+  const auto root = to_path(repo_root);
+  const std::string base = to_bytes(base_commit, "base_commit");
+  const std::string head = to_bytes(head_commit, "head_commit");
+  const auto changes = without_gil(
+      [&](const git_utils::GitCli& git) { return git.diff_file_changes(root, base, head); });
+  py::list result;
+  for (const git_utils::FileChange& change : changes) result.append(to_python(change));
+  return result;
+}
+
+std::int64_t count_commits(py::handle repo_root, py::handle base_commit, py::handle head_commit) {
+  const auto root = to_path(repo_root);
+  const std::string base = to_bytes(base_commit, "base_commit");
+  const std::string head = to_bytes(head_commit, "head_commit");
+  return without_gil(
+      [&](const git_utils::GitCli& git) { return git.count_commits(root, base, head); });
+}
+
+py::list log_commit_changes(py::handle repo_root, py::handle since, py::handle ref,
+                            int max_commits) {
+  const auto root = to_path(repo_root);
+  const auto start = to_sys_seconds(since);
+  const std::string tip = to_bytes(ref, "ref");
+  const auto commits = without_gil([&](const git_utils::GitCli& git) {
+    return git.log_commit_changes(root, start, tip, max_commits);
+  });
+  py::list result;
+  for (const git_utils::CommitChanges& commit : commits) result.append(to_python(commit));
+  return result;
+}
+
+py::object commit_before(py::handle repo_root, py::handle tip, py::handle start) {
+  const auto root = to_path(repo_root);
+  const std::string tip_commit = to_bytes(tip, "tip");
+  const auto start_time = to_sys_seconds(start);
+  return to_optional_str(without_gil([&](const git_utils::GitCli& git) {
+    return git.commit_before(root, tip_commit, start_time);
+  }));
+}
+
+py::dict diff_line_spans(py::handle repo_root, py::handle base_commit, py::handle head_commit,
+                         bool merge_base, py::handle paths) {
+  const auto root = to_path(repo_root);
+  const std::string base = to_bytes(base_commit, "base_commit");
+  const std::string head = to_bytes(head_commit, "head_commit");
+  std::vector<std::string> path_list;
+  for (const py::handle path : paths) path_list.push_back(to_bytes(path, "a path"));
+  return to_python(without_gil([&](const git_utils::GitCli& git) {
+    return git.diff_line_spans(root, base, head, merge_base, path_list);
+  }));
+}
+
+void translate_git_error(std::exception_ptr failure) {
+  try {
+    if (failure) std::rethrow_exception(failure);
+  } catch (const git_utils::GitError& error) {
+    const py::object type = py::module_::import("lomarind.utils.git_utils").attr("GitError");
+    PyErr_SetObject(type.ptr(), to_str(error.what()).ptr());
+  }
+}
+
+}  // namespace
+
+void bind_git_utils(py::module_& module) {
+  using py::arg;
+  module.def("resolve_commit", resolve_commit, arg("repo_root"), arg("name"));
+  module.def("resolve_display_branch", resolve_display_branch, arg("repo_root"));
+  module.def("get_default_branch", get_default_branch, arg("repo_root"));
+  module.def("parse_time_spec", parse_time_spec, arg("since"));
+  module.def("diff_file_changes", diff_file_changes, arg("repo_root"), arg("base_commit"),
+             arg("head_commit"));
+  module.def("count_commits", count_commits, arg("repo_root"), arg("base_commit"),
+             arg("head_commit"));
+  module.def("log_commit_changes", log_commit_changes, arg("repo_root"), py::kw_only(),
+             arg("since"), arg("ref"), arg("max_commits"));
+  module.def("commit_before", commit_before, arg("repo_root"), arg("tip"), arg("start"));
+  module.def("diff_line_spans", diff_line_spans, arg("repo_root"), arg("base_commit"),
+             arg("head_commit"), py::kw_only(), arg("merge_base"), arg("paths"));
+  py::register_exception_translator(translate_git_error);
+}
+
+}  // namespace lomarind::python

@@ -1,0 +1,169 @@
+// The history module's neighbours as the Python module sees them: every
+// operation is looked up on the lomarind.workers.git_history module object
+// at each call (git_utils.<op>, repository_changes.<op>, and the filter,
+// pagination and kind names bound on the module itself), so a neighbour
+// replaced there takes effect on the next call. The GIL is held throughout.
+#pragma once
+
+#include <pybind11/pybind11.h>
+
+#include <stdexcept>
+
+#include "lomarind/storage/repository_changes.h"
+#include "lomarind/storage/sqlite_index.h"
+#include "lomarind/utils/git_utils.h"
+#include "lomarind/utils/logging.h"
+#include "lomarind/workers/git_history/git_history.h"
+
+namespace lomarind::python {
+
+namespace py = pybind11;
+
+// A GitError raised by a Python git reader, kept so that the Python caller
+// sees the very exception as the cause of GitHistoryError.
+class HostGitError : public git_utils::GitError {
+ public:
+  HostGitError(const std::string& message, py::error_already_set original)
+      : git_utils::GitError(message), original_(std::move(original)) {}
+  const py::error_already_set& original() const { return original_; }
+
+ private:
+  py::error_already_set original_;
+};
+
+// A ValueError raised by a Python parse_time_spec, kept likewise.
+class HostValueError : public std::invalid_argument {
+ public:
+  HostValueError(const std::string& message, py::error_already_set original)
+      : std::invalid_argument(message), original_(std::move(original)) {}
+  const py::error_already_set& original() const { return original_; }
+
+ private:
+  py::error_already_set original_;
+};
+
+// The git reader through host.git_utils. `repo_root` is passed back exactly
+// as the caller gave it, and the start of a period as the very datetime
+// that parse_time_spec returned.
+class HostGitReader final : public git_utils::GitReader {
+ public:
+  HostGitReader(py::module_ host, py::object repo_root)
+      : host_(std::move(host)), repo_root_(std::move(repo_root)) {}
+
+  std::optional<std::string> resolve_commit(const std::filesystem::path& repo_root,
+                                            const std::string& name) const override;
+  std::optional<std::string> resolve_display_branch(
+      const std::filesystem::path& repo_root) const override;
+  std::string get_default_branch(const std::filesystem::path& repo_root) const override;
+  std::chrono::sys_seconds parse_time_spec(const std::string& since) const override;
+  std::vector<git_utils::FileChange> diff_file_changes(
+      const std::filesystem::path& repo_root, const std::string& base_commit,
+      const std::string& head_commit) const override;
+  std::int64_t count_commits(const std::filesystem::path& repo_root, const std::string& base_commit,
+                             const std::string& head_commit) const override;
+  std::vector<git_utils::CommitChanges> log_commit_changes(const std::filesystem::path& repo_root,
+                                                           std::chrono::sys_seconds since,
+                                                           const std::string& ref,
+                                                           int max_commits) const override;
+  std::optional<std::string> commit_before(const std::filesystem::path& repo_root,
+                                           const std::string& tip,
+                                           std::chrono::sys_seconds start) const override;
+  git_utils::LineSpansByPath diff_line_spans(const std::filesystem::path& repo_root,
+                                             const std::string& base_commit,
+                                             const std::string& head_commit, bool merge_base,
+                                             const std::vector<std::string>& paths) const override;
+
+ private:
+  py::object operation(const char* name) const;
+  py::object start_time(std::chrono::sys_seconds start) const;
+
+  py::module_ host_;
+  py::object repo_root_;
+  mutable py::object last_start_;  // what parse_time_spec last returned
+  mutable std::chrono::sys_seconds last_start_seconds_{};
+};
+
+// The index through host.repository_changes, with the caller's
+// repository.db (the C++ handle it is given is a stand-in).
+class HostChangeIndex final : public repository_changes::ChangeIndex {
+ public:
+  HostChangeIndex(py::module_ host, py::object db) : host_(std::move(host)), db_(std::move(db)) {}
+
+  repository_changes::IndexedPaths indexed_paths(
+      const repository_changes::IndexDb& db, const std::vector<std::string>& paths) const override;
+  std::vector<repository_changes::SymbolOnLines> symbols_on_lines(
+      const repository_changes::IndexDb& db,
+      const std::vector<repository_changes::LineRange>& ranges,
+      std::span<const std::string_view> kinds, int per_file) const override;
+
+ private:
+  py::module_ host_;
+  py::object db_;
+};
+
+class HostSourceFilters final : public git_history::SourceFilters {
+ public:
+  explicit HostSourceFilters(py::module_ host) : host_(std::move(host)) {}
+  bool in_source_languages(std::string_view language) const override;
+  bool is_source_extension(std::string_view path) const override;
+  bool is_test_path(std::string_view path) const override;
+  bool should_skip_path(std::string_view directory) const override;
+
+ private:
+  py::module_ host_;
+};
+
+class HostPaginationHint final : public git_history::PaginationHint {
+ public:
+  explicit HostPaginationHint(py::module_ host) : host_(std::move(host)) {}
+  Json add_pagination_hint(Json result, std::int64_t count) const override;
+
+ private:
+  py::module_ host_;
+};
+
+// Log records to host.logger, format and arguments unformatted.
+class HostLogSink final : public LogSink {
+ public:
+  explicit HostLogSink(py::module_ host) : host_(std::move(host)) {}
+  void write(const LogRecord& record) const override;
+
+ private:
+  py::module_ host_;
+};
+
+// Everything one answer talks to. Holds references to itself: not copyable.
+struct HostNeighbours {
+  HostNeighbours(const py::module_& host, const py::object& repo_root, const py::object& db)
+      : git(host, repo_root), index(host, db), filters(host), pagination(host), sink(host) {}
+  HostNeighbours(const HostNeighbours&) = delete;
+  HostNeighbours& operator=(const HostNeighbours&) = delete;
+
+  HostGitReader git;
+  HostChangeIndex index;
+  HostSourceFilters filters;
+  HostPaginationHint pagination;
+  HostLogSink sink;
+  Logger logger{std::string(git_history::kLoggerName), sink};
+  // The C++ answers want an index handle; the Python one is in `index`.
+  repository_changes::IndexDb stand_in;
+  repository_changes::Repository repository{stand_in};
+  git_history::GitHistory history{git_history::Neighbours{git, index, filters, pagination, logger}};
+};
+
+// Raises the module's Python GitHistoryError for `error`, its __cause__ the
+// Python GitError or ValueError behind it, and throws error_already_set.
+[[noreturn]] void raise_history_error(const py::module_& host,
+                                      const git_history::GitHistoryError& error);
+
+// Runs an answer, turning GitHistoryError into the module's Python one.
+template <typename Answer>
+py::object answering(const py::module_& host, Answer answer) {
+  try {
+    return answer();
+  } catch (const git_history::GitHistoryError& error) {
+    raise_history_error(host, error);
+  }
+}
+
+}  // namespace lomarind::python
