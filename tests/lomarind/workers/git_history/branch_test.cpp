@@ -49,13 +49,15 @@ TEST(ByLinesChangedTest, MostLinesFirstThenCodePointPathOrderStably) {
       change("\xc3\xa9.py", "modified", 2, 3), change("z.py", "modified", 5, 0),
       change("ten.py", "modified", 7, 3),      change("a.py", "modified", 1, 4),
       change("B.py", "modified", 4, 1),        change("a.py", "renamed", 0, 5, "old.py"),
+      change("\x80.py", "modified", 5, 0),  // not UTF-8: U+DC80, after U+00E9
   };
   std::vector<std::string> order;
   for (const FileChange& file : by_lines_changed(files))
     order.push_back(file.path + " " + file.status);
   EXPECT_THAT(order, ElementsAre("ten.py modified", "nine.py modified", "B.py modified",
                                  "a.py modified", "a.py renamed", "z.py modified",
-                                 "\xc3\xa9.py modified", "zero.py modified"));
+                                 "\xc3\xa9.py modified", "\x80.py modified",
+                                 "zero.py modified"));
 }
 
 TEST(ChangeRowTest, OldPathOnlyWhenPresent) {
