@@ -1,5 +1,6 @@
-// Recording stand-ins for the source filters and the pagination hint, and a
-// test fixture that wires every fake into a GitHistory.
+// Recording stand-ins for the history module's neighbours (the index, the
+// source filters, the pagination hint; the git reader has its own file),
+// and a test fixture that wires every fake into a GitHistory.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -11,13 +12,32 @@
 #include <string_view>
 #include <vector>
 
+#include "lomarind/storage/sqlite_index.h"
 #include "lomarind/utils/logging.h"
 #include "lomarind/workers/git_history/git_history.h"
-#include "support/fake_change_index.h"
 #include "support/fake_git_reader.h"
 #include "support/recording_log_sink.h"
 
 namespace lomarind::testing {
+
+// Canned facts and symbols; records every query.
+class FakeChangeIndex final : public repository_changes::ChangeIndex {
+ public:
+  repository_changes::IndexedPaths facts;  // indexed_paths returns those asked
+  std::vector<repository_changes::SymbolOnLines> symbols;  // returned whatever is asked
+  bool fail = false;  // every query throws std::runtime_error
+
+  // "indexed_paths([a, b])", "symbols_on_lines([a:1-5], per_file=10)".
+  mutable std::vector<std::string> calls;
+  mutable std::vector<std::string> kinds;  // of the last symbols_on_lines
+
+  repository_changes::IndexedPaths indexed_paths(
+      const repository_changes::IndexDb& db, const std::vector<std::string>& paths) const override;
+  std::vector<repository_changes::SymbolOnLines> symbols_on_lines(
+      const repository_changes::IndexDb& db,
+      const std::vector<repository_changes::LineRange>& ranges,
+      std::span<const std::string_view> kinds, int per_file) const override;
+};
 
 // Small fixed rules: a test lives under tests/ or is named test_*; source
 // extensions are .py and .cpp; only the listed directories are skipped.
@@ -65,7 +85,7 @@ void expect_golden(const std::string& name, const Json& answer);
 
 class GitHistoryTest : public ::testing::Test {
  protected:
-  // The warning and info lines logged so far, as formatted messages.
+  // The formatted messages logged at `level` so far.
   std::vector<std::string> logged(LogLevel level) const;
 
   const std::filesystem::path root_ = "/repo";
@@ -77,7 +97,8 @@ class GitHistoryTest : public ::testing::Test {
   Logger logger_{std::string(git_history::kLoggerName), sink_};
   git_history::GitHistory history_{
       git_history::Neighbours{git_, index_, filters_, pagination_, logger_}};
-  repository_changes::Repository repository_ = index_.repository();
+  repository_changes::IndexDb db_;
+  repository_changes::Repository repository_{db_};
 };
 
 }  // namespace lomarind::testing
