@@ -68,14 +68,6 @@ bool FakeSourceFilters::should_skip_path(std::string_view directory) const {
   return skipped_directories.contains(directory);
 }
 
-Json FakePaginationHint::add_pagination_hint(Json result, std::int64_t count) const {
-  calls.push_back("add_pagination_hint(" + std::to_string(count) + ")");
-  if (result.at("has_more").get<bool>()) {
-    result["next_offset"] = result.at("offset").get<std::int64_t>() + count;
-  }
-  return result;
-}
-
 std::string joined(const std::vector<std::string>& calls) {
   std::string out;
   for (const std::string& call : calls) out += (out.empty() ? "" : " ") + call;

@@ -1,6 +1,6 @@
-// Recording stand-ins for the history module's neighbours (the index, the
-// source filters, the pagination hint; the git reader has its own file),
-// and a test fixture that wires every fake into a GitHistory.
+// Recording stand-ins for the history module's index and source filters
+// (the git reader has its own file), and a test fixture that wires them,
+// with the real pagination hint, into a GitHistory.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -14,6 +14,7 @@
 
 #include "lomarind/storage/sqlite_index.h"
 #include "lomarind/utils/logging.h"
+#include "lomarind/workers/git_history/default_neighbours.h"
 #include "lomarind/workers/git_history/git_history.h"
 #include "support/fake_git_reader.h"
 #include "support/recording_log_sink.h"
@@ -55,15 +56,6 @@ class FakeSourceFilters final : public git_history::SourceFilters {
   bool should_skip_path(std::string_view directory) const override;
 };
 
-// Appends next_offset = offset + count when there is more, as the real hint
-// does, and records each call as "add_pagination_hint(count)".
-class FakePaginationHint final : public git_history::PaginationHint {
- public:
-  mutable std::vector<std::string> calls;
-
-  Json add_pagination_hint(Json result, std::int64_t count) const override;
-};
-
 // The GitHistoryError that `block` throws; a test failure if it throws none.
 template <typename Block>
 git_history::GitHistoryError history_error_of(Block&& block) {
@@ -92,7 +84,7 @@ class GitHistoryTest : public ::testing::Test {
   FakeGitReader git_;
   FakeChangeIndex index_;
   FakeSourceFilters filters_;
-  FakePaginationHint pagination_;
+  git_history::DefaultPaginationHint pagination_;
   RecordingLogSink sink_;
   Logger logger_{std::string(git_history::kLoggerName), sink_};
   git_history::GitHistory history_{
