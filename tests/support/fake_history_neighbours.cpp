@@ -3,7 +3,6 @@
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
-#include <stdexcept>
 #include <utility>
 
 namespace lomarind::testing {
@@ -27,7 +26,6 @@ std::string listed(const Items& items, Show show) {
 repository_changes::IndexedPaths FakeChangeIndex::indexed_paths(
     const repository_changes::IndexDb&, const std::vector<std::string>& paths) const {
   calls.push_back("indexed_paths([" + listed(paths, [](const std::string& p) { return p; }) + "])");
-  if (fail) throw std::runtime_error("index is locked");
   repository_changes::IndexedPaths known;
   for (const std::string& path : paths) {
     if (const auto found = facts.find(path); found != facts.end()) known.insert(*found);
@@ -38,12 +36,14 @@ repository_changes::IndexedPaths FakeChangeIndex::indexed_paths(
 std::vector<repository_changes::SymbolOnLines> FakeChangeIndex::symbols_on_lines(
     const repository_changes::IndexDb&, const std::vector<repository_changes::LineRange>& ranges,
     std::span<const std::string_view> asked_kinds, int per_file) const {
-  calls.push_back("symbols_on_lines([" + listed(ranges, [](const repository_changes::LineRange& r) {
-                    return r.path + ":" + std::to_string(r.start_line) + "-" +
-                           std::to_string(r.end_line);
-                  }) + "], per_file=" + std::to_string(per_file) + ")");
+  calls.push_back("symbols_on_lines([" +
+                  listed(ranges,
+                         [](const repository_changes::LineRange& r) {
+                           return r.path + ":" + std::to_string(r.start_line) + "-" +
+                                  std::to_string(r.end_line);
+                         }) +
+                  "], per_file=" + std::to_string(per_file) + ")");
   kinds.assign(asked_kinds.begin(), asked_kinds.end());
-  if (fail) throw std::runtime_error("index is locked");
   return symbols;
 }
 

@@ -24,9 +24,8 @@ namespace lomarind::testing {
 // Canned facts and symbols; records every query.
 class FakeChangeIndex final : public repository_changes::ChangeIndex {
  public:
-  repository_changes::IndexedPaths facts;  // indexed_paths returns those asked
+  repository_changes::IndexedPaths facts;                  // indexed_paths returns those asked
   std::vector<repository_changes::SymbolOnLines> symbols;  // returned whatever is asked
-  bool fail = false;  // every query throws std::runtime_error
 
   // "indexed_paths([a, b])", "symbols_on_lines([a:1-5], per_file=10)".
   mutable std::vector<std::string> calls;

@@ -41,8 +41,7 @@ TEST(ByLinesChangedTest, MostLinesFirstThenCodePointPathOrderStably) {
     order.push_back(file.path + " " + file.status);
   EXPECT_THAT(order, ElementsAre("ten.py modified", "nine.py modified", "B.py modified",
                                  "a.py modified", "a.py renamed", "z.py modified",
-                                 "\xc3\xa9.py modified", "\x80.py modified",
-                                 "zero.py modified"));
+                                 "\xc3\xa9.py modified", "\x80.py modified", "zero.py modified"));
 }
 
 TEST(ChangeRowTest, OldPathOnlyWhenPresent) {

@@ -35,12 +35,7 @@ TEST(HistoryOnARealRepositoryTest, FollowsRenamesThroughTheGitProgram) {
   const repository_changes::Repository repository{db};
 
   const Json recent = history.recent_changes(repository, repo.root(),
-                                             {.since = "2024-05-01T12:30:00",
-                                              .branch = "main",
-                                              .include_symbols = true,
-                                              .limit = 10,
-                                              .offset = 0,
-                                              .source_only = true});
+                                             {"2024-05-01T12:30:00", "main", true, 10, 0, true});
   EXPECT_EQ(recent.at("files").dump(),
             R"([{"path":"src/b.py","status":"renamed","old_path":"src/a.py","additions":1,)"
             R"("deletions":1,"commits":2,"last_changed":"2024-05-01T14:00:00+00:00",)"

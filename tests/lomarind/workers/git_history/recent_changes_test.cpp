@@ -37,13 +37,8 @@ class RecentChangesTest : public testing::GitHistoryTest {
 
   Json ask(bool include_symbols, std::int64_t limit, std::int64_t offset, bool source_only,
            std::optional<std::string> branch = std::nullopt) {
-    return history_.recent_changes(repository_, root_,
-                                   {.since = "2 weeks",
-                                    .branch = branch,
-                                    .include_symbols = include_symbols,
-                                    .limit = limit,
-                                    .offset = offset,
-                                    .source_only = source_only});
+    return history_.recent_changes(
+        repository_, root_, {"2 weeks", branch, include_symbols, limit, offset, source_only});
   }
 };
 

@@ -47,11 +47,5 @@ TEST(IsSourceTest, AnEntryWithoutLanguageIsJudgedLikeAnUnknownFile) {
   EXPECT_TRUE(is_source(filters, "gone.py", facts));
 }
 
-TEST(ParentDirectoryTest, AllButTheLastComponent) {
-  const std::pair<const char*, const char*> cases[] = {
-      {"a/b/c.py", "a/b"}, {"c.py", "."}, {"a//b/./c.py", "a/b"}};
-  for (const auto& [path, parent] : cases) EXPECT_EQ(parent_directory(path), parent) << path;
-}
-
 }  // namespace
 }  // namespace lomarind::git_history::detail

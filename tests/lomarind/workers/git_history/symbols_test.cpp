@@ -48,13 +48,6 @@ TEST_F(SymbolsTest, WholeFilesWithoutGitAndOneDiffForTheEditedOnes) {
   }
 }
 
-TEST(LineRangesTest, FollowsThePathsAskedFor) {
-  const LineSpansByPath spans = {{"A", {{3, 5, false}, {10, 12, false}}}, {"B", {{1, 1, true}}}};
-  const std::vector<std::string> paths = {"B", "gone", "A", "B"};
-  EXPECT_EQ(line_ranges(spans, paths), (std::vector<repository_changes::LineRange>{
-                                           {"B", 1, 1}, {"A", 3, 5}, {"A", 10, 12}, {"B", 1, 1}}));
-}
-
 TEST_F(SymbolsTest, OneQuerySeededInFileOrderWithStrangersAtTheEnd) {
   index_.symbols = {{"b", "f", "function", "m.f", 3, 9},
                     {"stranger", "g", "class", "g", 1, 2},
