@@ -162,6 +162,18 @@ TEST_F(LomarindProgramTest, MissingIndexIsSaidOnceAndIsEmpty) {
   EXPECT_NE(result.out.find("unknown"), std::string::npos);
 }
 
+TEST_F(LomarindProgramTest, LinkedWorktreeUsesTheIndexOfItsRepository) {
+  TempDir place;
+  const std::filesystem::path linked = place.path() / "linked";
+  repo_.git({"worktree", "add", "--quiet", "--detach", linked.string()});
+  const CommandResult result =
+      lomarind({"--repo", linked.string(), "hotspots", "--since", "2023-01-01", "--json"});
+  ASSERT_EQ(result.status, 0) << result.err;
+  const std::string index = (repo_.root() / ".git" / "lomarind" / "index.db").string();
+  EXPECT_NE(result.err.find("no index at " + index + ","), std::string::npos) << result.err;
+  EXPECT_EQ(Json::parse(result.out)["total_count"], 3);
+}
+
 TEST_F(LomarindProgramTest, GivenIndexGivesComponents) {
   TempDir dir;
   const auto index = dir.path() / "index.db";
