@@ -109,13 +109,23 @@ TEST_F(LomarindProgramTest, ExitStatusSaysWhoIsWrong) {
   }
 }
 
-TEST_F(LomarindProgramTest, RepoMayBeAnyFolderInsideTheWorkTree) {
+TEST_F(LomarindProgramTest, RepoMayBeAnyFolderInsideAWorkTree) {
   TempDir elsewhere;
   const Json recent = answer({"--repo", (repo_.root() / "src" / "lib").string(), "recent",
                               "--since", "2023-01-01", "--json"},
                              elsewhere.path());
   EXPECT_EQ(recent["total_count"], 3);
   EXPECT_EQ(recent["files"][1]["path"], "src/lib/util.cc");
+
+  // A linked work tree reads the index of its repository.
+  const std::filesystem::path linked = elsewhere.path() / "linked";
+  repo_.git({"worktree", "add", "--quiet", "--detach", linked.string()});
+  const CommandResult result =
+      lomarind({"--repo", linked.string(), "hotspots", "--since", "2023-01-01", "--json"});
+  ASSERT_EQ(result.status, 0) << result.err;
+  const std::string index = (repo_.root() / ".git" / "lomarind" / "index.db").string();
+  EXPECT_NE(result.err.find("no index at " + index + ","), std::string::npos) << result.err;
+  EXPECT_EQ(Json::parse(result.out)["total_count"], 3);
 }
 
 TEST_F(LomarindProgramTest, MissingIndexIsSaidOnceAndIndexCommandBuildsIt) {
