@@ -13,7 +13,39 @@ std::string_view file_name(std::string_view path) {
   return slash == std::string_view::npos ? path : path.substr(slash + 1);
 }
 
+// "a, b" of the items as `show` writes each.
+template <typename Items, typename Show>
+std::string listed(const Items& items, Show show) {
+  std::string out;
+  for (const auto& item : items) out += (out.empty() ? "" : ", ") + show(item);
+  return out;
+}
+
 }  // namespace
+
+repository_changes::IndexedPaths FakeChangeIndex::indexed_paths(
+    const repository_changes::IndexDb&, const std::vector<std::string>& paths) const {
+  calls.push_back("indexed_paths([" + listed(paths, [](const std::string& p) { return p; }) + "])");
+  repository_changes::IndexedPaths known;
+  for (const std::string& path : paths) {
+    if (const auto found = facts.find(path); found != facts.end()) known.insert(*found);
+  }
+  return known;
+}
+
+std::vector<repository_changes::SymbolOnLines> FakeChangeIndex::symbols_on_lines(
+    const repository_changes::IndexDb&, const std::vector<repository_changes::LineRange>& ranges,
+    std::span<const std::string_view> asked_kinds, int per_file) const {
+  calls.push_back("symbols_on_lines([" +
+                  listed(ranges,
+                         [](const repository_changes::LineRange& r) {
+                           return r.path + ":" + std::to_string(r.start_line) + "-" +
+                                  std::to_string(r.end_line);
+                         }) +
+                  "], per_file=" + std::to_string(per_file) + ")");
+  kinds.assign(asked_kinds.begin(), asked_kinds.end());
+  return symbols;
+}
 
 bool FakeSourceFilters::in_source_languages(std::string_view language) const {
   calls.push_back("in_source_languages(" + std::string(language) + ")");
@@ -34,14 +66,6 @@ bool FakeSourceFilters::is_test_path(std::string_view path) const {
 bool FakeSourceFilters::should_skip_path(std::string_view directory) const {
   calls.push_back("should_skip_path(" + std::string(directory) + ")");
   return skipped_directories.contains(directory);
-}
-
-Json FakePaginationHint::add_pagination_hint(Json result, std::int64_t count) const {
-  calls.push_back("add_pagination_hint(" + std::to_string(count) + ")");
-  if (result.at("has_more").get<bool>()) {
-    result["next_offset"] = result.at("offset").get<std::int64_t>() + count;
-  }
-  return result;
 }
 
 std::string joined(const std::vector<std::string>& calls) {

@@ -1,5 +1,6 @@
-// Recording stand-ins for the source filters and the pagination hint, and a
-// test fixture that wires every fake into a GitHistory.
+// Recording stand-ins for the history module's index and source filters
+// (the git reader has its own file), and a test fixture that wires them,
+// with the real pagination hint, into a GitHistory.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -11,13 +12,32 @@
 #include <string_view>
 #include <vector>
 
+#include "lomarind/storage/sqlite_index.h"
 #include "lomarind/utils/logging.h"
+#include "lomarind/workers/git_history/default_neighbours.h"
 #include "lomarind/workers/git_history/git_history.h"
-#include "support/fake_change_index.h"
 #include "support/fake_git_reader.h"
 #include "support/recording_log_sink.h"
 
 namespace lomarind::testing {
+
+// Canned facts and symbols; records every query.
+class FakeChangeIndex final : public repository_changes::ChangeIndex {
+ public:
+  repository_changes::IndexedPaths facts;                  // indexed_paths returns those asked
+  std::vector<repository_changes::SymbolOnLines> symbols;  // returned whatever is asked
+
+  // "indexed_paths([a, b])", "symbols_on_lines([a:1-5], per_file=10)".
+  mutable std::vector<std::string> calls;
+  mutable std::vector<std::string> kinds;  // of the last symbols_on_lines
+
+  repository_changes::IndexedPaths indexed_paths(
+      const repository_changes::IndexDb& db, const std::vector<std::string>& paths) const override;
+  std::vector<repository_changes::SymbolOnLines> symbols_on_lines(
+      const repository_changes::IndexDb& db,
+      const std::vector<repository_changes::LineRange>& ranges,
+      std::span<const std::string_view> kinds, int per_file) const override;
+};
 
 // Small fixed rules: a test lives under tests/ or is named test_*; source
 // extensions are .py and .cpp; only the listed directories are skipped.
@@ -33,15 +53,6 @@ class FakeSourceFilters final : public git_history::SourceFilters {
   bool is_source_extension(std::string_view path) const override;
   bool is_test_path(std::string_view path) const override;
   bool should_skip_path(std::string_view directory) const override;
-};
-
-// Appends next_offset = offset + count when there is more, as the real hint
-// does, and records each call as "add_pagination_hint(count)".
-class FakePaginationHint final : public git_history::PaginationHint {
- public:
-  mutable std::vector<std::string> calls;
-
-  Json add_pagination_hint(Json result, std::int64_t count) const override;
 };
 
 // The GitHistoryError that `block` throws; a test failure if it throws none.
@@ -65,19 +76,20 @@ void expect_golden(const std::string& name, const Json& answer);
 
 class GitHistoryTest : public ::testing::Test {
  protected:
-  // The warning and info lines logged so far, as formatted messages.
+  // The formatted messages logged at `level` so far.
   std::vector<std::string> logged(LogLevel level) const;
 
   const std::filesystem::path root_ = "/repo";
   FakeGitReader git_;
   FakeChangeIndex index_;
   FakeSourceFilters filters_;
-  FakePaginationHint pagination_;
+  git_history::DefaultPaginationHint pagination_;
   RecordingLogSink sink_;
   Logger logger_{std::string(git_history::kLoggerName), sink_};
   git_history::GitHistory history_{
       git_history::Neighbours{git_, index_, filters_, pagination_, logger_}};
-  repository_changes::Repository repository_ = index_.repository();
+  repository_changes::IndexDb db_;
+  repository_changes::Repository repository_{db_};
 };
 
 }  // namespace lomarind::testing

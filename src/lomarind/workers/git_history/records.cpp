@@ -1,5 +1,8 @@
 #include "lomarind/workers/git_history/records.h"
 
+#include <algorithm>
+#include <utility>
+
 namespace lomarind::git_history {
 
 bool GitHistoryError::cause_is_git_error() const {
@@ -19,6 +22,55 @@ std::optional<std::string> BranchChanges::note() const {
 }
 
 namespace detail {
+namespace {
+
+// The code point at `pos` and its length in bytes. Strict UTF-8 (no
+// overlong form, no surrogate, nothing past U+10FFFF); a byte that starts
+// no such sequence is one code point of its own, 0xDC00 + the byte.
+std::pair<char32_t, std::size_t> code_point_at(std::string_view s, std::size_t pos) {
+  const auto lead = static_cast<unsigned char>(s[pos]);
+  const std::pair<char32_t, std::size_t> escaped{0xDC00 + lead, 1};
+  if (lead < 0x80) return {lead, 1};
+  std::size_t length = 0;
+  char32_t min = 0;
+  if (lead >= 0xC2 && lead <= 0xDF) {
+    length = 2, min = 0x80;
+  } else if (lead >= 0xE0 && lead <= 0xEF) {
+    length = 3, min = 0x800;
+  } else if (lead >= 0xF0 && lead <= 0xF4) {
+    length = 4, min = 0x10000;
+  } else {
+    return escaped;
+  }
+  if (s.size() - pos < length) return escaped;
+  char32_t cp = lead & (0x7F >> length);
+  for (std::size_t i = 1; i < length; ++i) {
+    const auto next = static_cast<unsigned char>(s[pos + i]);
+    if ((next & 0xC0) != 0x80) return escaped;
+    cp = (cp << 6) | (next & 0x3F);
+  }
+  if (cp < min || cp > 0x10FFFF || (cp >= 0xD800 && cp <= 0xDFFF)) return escaped;
+  return {cp, length};
+}
+
+}  // namespace
+
+bool code_point_less(std::string_view a, std::string_view b) {
+  // No sequence spans an ASCII byte, so up to the last ASCII byte before
+  // the first difference both names decode alike; compare from there.
+  const auto [diff_a, diff_b] = std::mismatch(a.begin(), a.end(), b.begin(), b.end());
+  std::size_t pos_a = static_cast<std::size_t>(diff_a - a.begin());
+  while (pos_a > 0 && static_cast<unsigned char>(a[pos_a - 1]) >= 0x80) --pos_a;
+  std::size_t pos_b = pos_a;
+  while (pos_a < a.size() && pos_b < b.size()) {
+    const auto [cp_a, length_a] = code_point_at(a, pos_a);
+    const auto [cp_b, length_b] = code_point_at(b, pos_b);
+    if (cp_a != cp_b) return cp_a < cp_b;
+    pos_a += length_a;
+    pos_b += length_b;
+  }
+  return pos_a == a.size() && pos_b < b.size();
+}
 
 std::string PathHistory::status() const {
   if (!exists) return "deleted";

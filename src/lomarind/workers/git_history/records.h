@@ -29,9 +29,10 @@ namespace detail {
 inline constexpr git_utils::LineSpan kWholeFile{1, 2000000000, true};
 inline constexpr std::string_view kSameCommitNote = "Already on base branch";
 
-// Paths in code-point order. For UTF-8 that is the order of the bytes as
-// unsigned values, which is how std::char_traits<char> compares them.
-inline bool code_point_less(std::string_view a, std::string_view b) { return a < b; }
+// Paths in code-point order, as a host that decodes names with
+// surrogateescape orders them: a byte that starts no valid UTF-8 sequence
+// stands for U+DC80..U+DCFF. For valid UTF-8 this is the byte order.
+bool code_point_less(std::string_view a, std::string_view b);
 }  // namespace detail
 
 // A question about the history that cannot be answered as asked; the

@@ -30,12 +30,7 @@ class BranchDiffAnswerTest : public testing::GitHistoryTest {
   Json ask(std::optional<std::string> head, bool include_symbols, std::int64_t limit,
            std::int64_t offset, bool source_only) {
     return history_.branch_diff(repository_, root_,
-                                {.base_branch = "main",
-                                 .head_branch = head,
-                                 .include_symbols = include_symbols,
-                                 .limit = limit,
-                                 .offset = offset,
-                                 .source_only = source_only});
+                                {"main", head, include_symbols, limit, offset, source_only});
   }
 };
 
@@ -52,7 +47,7 @@ TEST_F(BranchDiffAnswerTest, FiltersPagesAndReadsSymbolsForThePageOnly) {
                           "per_file=10)"));
 }
 
-TEST_F(BranchDiffAnswerTest, SameCommitNotesItAndReadsNothingMore) {
+TEST_F(BranchDiffAnswerTest, EmptyPagesReadNothingMore) {
   EXPECT_EQ(ask(std::nullopt, true, 10, 0, false).dump(),
             R"({"base_branch":"main","head_branch":"main","commit_count":0,"excluded_files":0,)"
             R"("note":"Already on base branch","files":[],"total_count":0,"truncated":false,)"
@@ -60,11 +55,8 @@ TEST_F(BranchDiffAnswerTest, SameCommitNotesItAndReadsNothingMore) {
   EXPECT_THAT(git_.calls, ElementsAre("resolve_commit(main)", "resolve_commit(HEAD)",
                                       "resolve_display_branch()"));
   EXPECT_THAT(index_.calls, IsEmpty());
-  EXPECT_STREQ(testing::history_error_of([&] { ask("x", false, 1, 0, false); }).what(),
-               "Branch 'x' not found; leave head_branch empty to use the current branch");
-}
 
-TEST_F(BranchDiffAnswerTest, PagePastTheEndStillCountsEveryFile) {
+  // A page past the end reads no symbols, yet counts every file.
   const Json answer = ask("feature", true, 10, 9, false);
   EXPECT_EQ(answer.at("files"), Json::array());
   EXPECT_EQ(answer.at("total_count"), 5);
@@ -72,6 +64,8 @@ TEST_F(BranchDiffAnswerTest, PagePastTheEndStillCountsEveryFile) {
   EXPECT_EQ(answer.at("commit_count"), 4);
   EXPECT_EQ(git_.calls.back(), "count_commits(c1, c2)");
   EXPECT_THAT(index_.calls, IsEmpty());
+  EXPECT_STREQ(testing::history_error_of([&] { ask("x", false, 1, 0, false); }).what(),
+               "Branch 'x' not found; leave head_branch empty to use the current branch");
 }
 
 }  // namespace

@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include "lomarind/workers/git_history/git_history.h"
-#include "support/fake_git_reader.h"
 #include "support/fake_history_neighbours.h"
 
 namespace lomarind::git_history {
@@ -12,12 +11,10 @@ using git_utils::FileChange;
 using testing::change;
 using ::testing::ElementsAre;
 
-class BranchChangesTest : public testing::GitHistoryTest {
- protected:
-  void SetUp() override { git_.commits = {{"main", "c1"}, {"feature", "c2"}, {"HEAD", "c1"}}; }
-};
+class BranchChangesTest : public testing::GitHistoryTest {};
 
 TEST_F(BranchChangesTest, ResolvesBothThenReadsTheDiffAndTheCount) {
+  git_.commits = {{"main", "c1"}, {"feature", "c2"}};
   git_.diff_files = {change("b.py", "modified", 1, 0), change("a.py", "added", 5, 0)};
   git_.commit_count = 3;
   const BranchChanges changes = history_.branch_changes(root_, "main", "feature");
@@ -25,18 +22,6 @@ TEST_F(BranchChangesTest, ResolvesBothThenReadsTheDiffAndTheCount) {
   EXPECT_EQ(changes.note(), std::nullopt);
   EXPECT_THAT(git_.calls, ElementsAre("resolve_commit(main)", "resolve_commit(feature)",
                                       "diff_file_changes(c1, c2)", "count_commits(c1, c2)"));
-}
-
-TEST_F(BranchChangesTest, SameCommitReturnsAtOnceWithTheNote) {
-  git_.display_branch = "main";
-  const BranchChanges changes = history_.branch_changes(root_, std::nullopt, std::nullopt);
-  EXPECT_EQ(changes, BranchChanges("main", "main", "c1", "c1", 0, {}));
-  EXPECT_EQ(changes.note(), "Already on base branch");
-  EXPECT_THAT(git_.calls, ElementsAre("get_default_branch()", "resolve_commit(main)",
-                                      "resolve_commit(HEAD)", "resolve_display_branch()"));
-}
-
-TEST_F(BranchChangesTest, NamesTheCallersHeadParameter) {
   EXPECT_STREQ(testing::history_error_of([&] {
                  history_.branch_changes(root_, "main", "x", {.head_parameter = "branch"});
                }).what(),
@@ -49,13 +34,14 @@ TEST(ByLinesChangedTest, MostLinesFirstThenCodePointPathOrderStably) {
       change("\xc3\xa9.py", "modified", 2, 3), change("z.py", "modified", 5, 0),
       change("ten.py", "modified", 7, 3),      change("a.py", "modified", 1, 4),
       change("B.py", "modified", 4, 1),        change("a.py", "renamed", 0, 5, "old.py"),
+      change("\x80.py", "modified", 5, 0),  // not UTF-8: U+DC80, after U+00E9
   };
   std::vector<std::string> order;
   for (const FileChange& file : by_lines_changed(files))
     order.push_back(file.path + " " + file.status);
   EXPECT_THAT(order, ElementsAre("ten.py modified", "nine.py modified", "B.py modified",
                                  "a.py modified", "a.py renamed", "z.py modified",
-                                 "\xc3\xa9.py modified", "zero.py modified"));
+                                 "\xc3\xa9.py modified", "\x80.py modified", "zero.py modified"));
 }
 
 TEST(ChangeRowTest, OldPathOnlyWhenPresent) {

@@ -23,24 +23,20 @@ TEST_F(SymbolsTest, WholeFilesWithoutGitAndOneDiffForTheEditedOnes) {
     LineSpansByPath expected;
     std::string calls;
   } cases[] = {
-      {"no files", "c0", {}, {}, ""},
+      // clang-format off
       {"only deleted", "c0", {change("a", "deleted")}, {}, ""},
-      {"added, copied, added again",
-       "c0",
+      {"added, copied, added again", "c0",
        {change("a", "added"), change("b", "copied", 0, 0, "a"), change("a", "added")},
-       {{"a", whole}, {"b", whole}},
-       ""},
-      {"no base: every file whole",
-       std::nullopt,
+       {{"a", whole}, {"b", whole}}, ""},
+      {"no base: every file whole", std::nullopt,
        {change("a", "modified"), change("b", "renamed", 0, 0, "o"), change("c", "deleted")},
-       {{"a", whole}, {"b", whole}},
-       ""},
-      {"one diff; its entries replace in place",
-       "c0",
+       {{"a", whole}, {"b", whole}}, ""},
+      {"one diff; its entries replace in place", "c0",
        {change("m", "modified"), change("r", "added"), change("x", "renamed", 0, 0, "o"),
         change("t", "typechange"), change("z", "added")},
        {{"r", {{3, 5, false}}}, {"z", whole}, {"m", {{1, 1, false}}}},
        "diff_line_spans(c0, c9, merge_base=true, paths=[m, x, o, t])"},
+      // clang-format on
   };
   git_.line_spans = {{"r", {{3, 5, false}}}, {"m", {{1, 1, false}}}};
   for (const Case& c : cases) {
@@ -50,13 +46,6 @@ TEST_F(SymbolsTest, WholeFilesWithoutGitAndOneDiffForTheEditedOnes) {
               c.expected);
     EXPECT_EQ(testing::joined(git_.calls), c.calls);
   }
-}
-
-TEST(LineRangesTest, FollowsThePathsAskedFor) {
-  const LineSpansByPath spans = {{"A", {{3, 5, false}, {10, 12, false}}}, {"B", {{1, 1, true}}}};
-  const std::vector<std::string> paths = {"B", "gone", "A", "B"};
-  EXPECT_EQ(line_ranges(spans, paths), (std::vector<repository_changes::LineRange>{
-                                           {"B", 1, 1}, {"A", 3, 5}, {"A", 10, 12}, {"B", 1, 1}}));
 }
 
 TEST_F(SymbolsTest, OneQuerySeededInFileOrderWithStrangersAtTheEnd) {
