@@ -181,9 +181,12 @@ std::unique_ptr<IndexDb::Impl> open_index_for_queries(const std::filesystem::pat
   const std::filesystem::path location = resolve_location(path);
   if (!index_file_exists(location, path)) return nullptr;
   try {
+    // Every use of the connection holds the handle's own mutex, so SQLite's
+    // lock around each call (thousands per query) would only repeat it.
     auto impl = std::unique_ptr<IndexDb::Impl>(new IndexDb::Impl{
         path,
-        SQLite::Database(location.c_str(), SQLite::OPEN_READONLY | SQLite::OPEN_NOFOLLOW,
+        SQLite::Database(location.c_str(),
+                         SQLite::OPEN_READONLY | SQLite::OPEN_NOFOLLOW | SQLite::OPEN_NOMUTEX,
                          kBusyTimeoutMs),
         {}});
     verify_schema(impl->db, path);
