@@ -9,7 +9,8 @@ environment. Whatever lomarind adds (its own start, locating the
 repository, resolving names, the index, JSON) counts against it.
 
 Usage: floor.py LOMARIND_BINARY REPO [--rounds N] [SCENARIO...]
-Scenarios: hotspots, recent, diff, diff-symbols (default: all).
+Scenarios: hotspots, recent, diff, diff-symbols (a page of edited files,
+with the symbols on their changed lines); default: all.
 """
 import argparse
 import json
@@ -80,6 +81,9 @@ def scenarios(binary, repo, wanted):
     base = rev_parse(repo, f"HEAD~{DIFF_DISTANCE}")
     lom = [binary, "--repo", repo]
     diff = lom + ["diff", "--base", base, "--head", head, "--json"]
+    # The first pages hold files added or deleted whole; this one holds edits,
+    # whose changed lines take a diff of their own.
+    symbols_page = ["--symbols", "--offset", "200"]
     table = {
         "hotspots": lambda: (lom + ["hotspots", "--since", PERIOD, "--json"],
                              log_floor(repo, head)),
@@ -87,8 +91,9 @@ def scenarios(binary, repo, wanted):
                            log_floor(repo, head)),
         "diff": lambda: (diff, diff_floor(repo, base, head)),
         "diff-symbols": lambda: (
-            diff + ["--symbols"],
-            diff_floor(repo, base, head) + spans_floor(repo, base, head, answer_of(diff))),
+            diff + symbols_page,
+            diff_floor(repo, base, head) + spans_floor(repo, base, head,
+                                                       answer_of(diff + symbols_page))),
     }
     return [(name, *table[name]()) for name in wanted]
 
