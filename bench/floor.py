@@ -144,7 +144,7 @@ def main():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     parser.add_argument("binary")
     parser.add_argument("repo")
-    parser.add_argument("--rounds", type=int, default=15)
+    parser.add_argument("--rounds", type=int, default=25)
     parser.add_argument("scenario", nargs="*",
                         default=["hotspots", "recent", "diff", "diff-symbols"])
     args = parser.parse_intermixed_args()
