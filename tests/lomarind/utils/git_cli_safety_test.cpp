@@ -3,6 +3,7 @@
 // run a program, write a file or read another repository.
 #include <gtest/gtest.h>
 #include <stdlib.h>
+#include <sys/stat.h>
 
 #include <fstream>
 #include <string>
@@ -96,6 +97,11 @@ TEST_F(GitCliSafetyTest, HostileRepositoryConfigRunsNothingAndChangesNothing) {
   repo_.git({"log", "-p", "-1", "topic"});  // the traps are armed for plain git
   ASSERT_TRUE(something_ran());
   std::filesystem::remove(scratch_.path() / "ran");
+  // Files that plain git would wait on forever: nothing ever writes the FIFO.
+  const std::string fifo = (scratch_.path() / "fifo").string();
+  ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+  std::ofstream(repo_.root() / ".git" / "config", std::ios::app)
+      << "[diff]\n orderFile = " << fifo << "\n[mailmap]\n file = " << fifo << "\n";
 
   EXPECT_EQ(ask_everything(git_, repo_.root()), expected);
   EXPECT_FALSE(something_ran());
