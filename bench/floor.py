@@ -1,77 +1,153 @@
 #!/usr/bin/env python3
 """Times lomarind's answers against the git commands they stand on.
 
-For each scenario the lomarind command and the bare git command(s) it runs
-are timed alternately in the same run, and the ratio of the median wall times
-is printed. Usage: floor.py LOMARIND_BINARY REPO [ROUNDS] [SCENARIO...]
+For each scenario the lomarind command and the bare git commands it runs
+for its answer are timed in the same run, alternately (which one goes first
+swaps each round), and the medians are compared. The git commands are
+exactly the reader's: same options, same order, commits given by id, same
+environment. Whatever lomarind adds (its own start, locating the
+repository, resolving names, the index, JSON) counts against it.
+
+Usage: floor.py LOMARIND_BINARY REPO [--rounds N] [SCENARIO...]
+Scenarios: hotspots, recent, diff, diff-symbols (default: all).
 """
+import argparse
+import json
 import os
+import resource
 import statistics
 import subprocess
-import sys
 import time
 
 SAFE = ["--no-pager", "--literal-pathspecs", "-c", "core.quotePath=false",
         "-c", "core.fsmonitor=false", "-c", "log.showSignature=false",
         "-c", "log.showRoot=true", "-c", "color.ui=never", "-c", "diff.renameLimit=1000",
-        "-c", "diff.interHunkContext=0", "-c", "diff.indentHeuristic=true"]
+        "-c", "diff.interHunkContext=0", "-c", "diff.indentHeuristic=true",
+        "-c", "protocol.allow=never"]
 DIFF = ["--no-ext-diff", "--no-textconv", "--no-color", "--no-relative",
         "--src-prefix=a/", "--dst-prefix=b/", "--diff-algorithm=myers"]
+FIXED_ENV = {"GIT_TERMINAL_PROMPT": "0", "GIT_OPTIONAL_LOCKS": "0", "GIT_NO_LAZY_FETCH": "1",
+             "GIT_CONFIG_NOSYSTEM": "1", "GIT_FLUSH": "0", "LC_ALL": "C"}
+PERIOD = "100 years"  # reaches before 1970, which the reader sends as @0
+PERIOD_COMMITS = 5000  # the answers' commit limit
+DIFF_DISTANCE = 5000
+
+
+def git_env():
+    env = {k: v for k, v in os.environ.items() if not k.startswith("GIT_") and k != "LC_ALL"}
+    env.update(FIXED_ENV)
+    return env
 
 
 def git(repo, *args):
-    return ["git"] + SAFE + ["-C", repo] + list(args)
+    return ["git", *SAFE, "-C", repo, *args]
 
 
-def log_floor(repo):
+def rev_parse(repo, name):
+    return subprocess.run(git(repo, "rev-parse", "--verify", name), capture_output=True,
+                          text=True, check=True, env=git_env()).stdout.strip()
+
+
+def log_floor(repo, head):
     return [git(repo, "log", "-z", "--raw", "--numstat", "-M", *DIFF, "--no-show-signature",
-                "--format=%x00%x00%H %ct", "--since=@0 +0000", "--max-count=5000",
-                "--end-of-options", "HEAD")]
+                "--format=%x00%H %ct", "--since=@0 +0000", f"--max-count={PERIOD_COMMITS}",
+                "--end-of-options", head, "--")]
 
 
-def scenarios(binary, repo, base):
+def diff_floor(repo, base, head):
+    return [git(repo, "diff", "-z", "--raw", "--numstat", "-M", *DIFF,
+                "--end-of-options", f"{base}...{head}", "--"),
+            git(repo, "rev-list", "--count", "--end-of-options", f"{base}..{head}", "--")]
+
+
+def spans_floor(repo, base, head, answer):
+    """The one diff that reads the changed lines of the answer's page."""
+    paths = []
+    for row in answer["files"]:
+        if row["status"] in ("deleted", "added", "copied"):
+            continue
+        paths.append(row["path"])
+        if "old_path" in row:
+            paths.append(row["old_path"])
+    if not paths:
+        return []
+    return [git(repo, "diff", "-U0", "-M", *DIFF, "--end-of-options", f"{base}...{head}",
+                "--", *paths)]
+
+
+def scenarios(binary, repo, wanted):
+    head = rev_parse(repo, "HEAD")
+    base = rev_parse(repo, f"HEAD~{DIFF_DISTANCE}")
     lom = [binary, "--repo", repo]
-    return {
-        "hotspots": (lom + ["hotspots", "--since", "100 years", "--json"], log_floor(repo)),
-        "recent": (lom + ["recent", "--since", "100 years", "--json"], log_floor(repo)),
-        "diff": (lom + ["diff", "--base", base, "--head", "main", "--json"],
-                 [git(repo, "diff", "-z", "--raw", "--numstat", "-M", *DIFF,
-                      "--end-of-options", f"{base}...main"),
-                  git(repo, "rev-list", "--count", "--end-of-options", f"{base}..main")]),
-        "diff-symbols": (lom + ["diff", "--base", base, "--head", "main", "--symbols", "--json"],
-                         None),
+    diff = lom + ["diff", "--base", base, "--head", head, "--json"]
+    table = {
+        "hotspots": lambda: (lom + ["hotspots", "--since", PERIOD, "--json"],
+                             log_floor(repo, head)),
+        "recent": lambda: (lom + ["recent", "--since", PERIOD, "--json"],
+                           log_floor(repo, head)),
+        "diff": lambda: (diff, diff_floor(repo, base, head)),
+        "diff-symbols": lambda: (
+            diff + ["--symbols"],
+            diff_floor(repo, base, head) + spans_floor(repo, base, head, answer_of(diff))),
     }
+    return [(name, *table[name]()) for name in wanted]
 
 
-def run(commands):
+def answer_of(argv):
+    return json.loads(subprocess.run(argv, capture_output=True, check=True).stdout)
+
+
+def children_cpu():
+    usage = resource.getrusage(resource.RUSAGE_CHILDREN)
+    return usage.ru_utime + usage.ru_stime
+
+
+def run(commands, env):
+    """Wall time and CPU time (the commands and every process they waited for)."""
+    cpu = children_cpu()
     start = time.perf_counter()
     for argv in commands:
-        subprocess.run(argv, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, check=True)
-    return time.perf_counter() - start
+        subprocess.run(argv, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, check=True,
+                       env=env)
+    return time.perf_counter() - start, children_cpu() - cpu
+
+
+def measure(ours, floor, rounds):
+    run([ours], None)  # warm the caches
+    run(floor, git_env())
+    ours_t, floor_t = [], []
+    for i in range(rounds):
+        if i % 2 == 0:
+            ours_t.append(run([ours], None))
+            floor_t.append(run(floor, git_env()))
+        else:
+            floor_t.append(run(floor, git_env()))
+            ours_t.append(run([ours], None))
+    return ours_t, floor_t
+
+
+def summary(ours, floor, label):
+    mine, theirs = statistics.median(ours), statistics.median(floor)
+    paired = statistics.median(o / f for o, f in zip(ours, floor))
+    return (f"  {label} {mine * 1000:7.1f} ms {theirs * 1000:7.1f} ms "
+            f"{mine / theirs:6.3f} {paired:6.3f}")
 
 
 def main():
-    binary, repo = os.path.abspath(sys.argv[1]), os.path.abspath(sys.argv[2])
-    rounds = int(sys.argv[3]) if len(sys.argv) > 3 else 15
-    wanted = sys.argv[4:] or ["hotspots", "recent", "diff"]
-    base = subprocess.run(["git", "-C", repo, "rev-parse", "main~5000"], capture_output=True,
-                          text=True, check=True).stdout.strip()
-    table = scenarios(binary, repo, base)
-    for name in wanted:
-        ours, floor = table[name]
-        run([ours])  # warm the caches
-        ours_t, floor_t = [], []
-        for _ in range(rounds):
-            ours_t.append(run([ours]))
-            if floor:
-                floor_t.append(run(floor))
-        mine = statistics.median(ours_t)
-        if floor:
-            theirs = statistics.median(floor_t)
-            print(f"{name:14s} lomarind {mine*1000:8.1f} ms   git alone {theirs*1000:8.1f} ms"
-                  f"   ratio {mine/theirs:.3f}")
-        else:
-            print(f"{name:14s} lomarind {mine*1000:8.1f} ms")
+    parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
+    parser.add_argument("binary")
+    parser.add_argument("repo")
+    parser.add_argument("--rounds", type=int, default=15)
+    parser.add_argument("scenario", nargs="*",
+                        default=["hotspots", "recent", "diff", "diff-symbols"])
+    args = parser.parse_args()
+    binary, repo = os.path.abspath(args.binary), os.path.abspath(args.repo)
+    print(f"medians of {args.rounds} rounds; wall: lomarind, git alone, ratio, median of the "
+          "rounds' ratios; cpu: the same for CPU time")
+    for name, ours, floor in scenarios(binary, repo, args.scenario):
+        ours_t, floor_t = measure(ours, floor, args.rounds)
+        print(f"{name:13s}" + summary([w for w, _ in ours_t], [w for w, _ in floor_t], "wall")
+              + summary([c for _, c in ours_t], [c for _, c in floor_t], "cpu"), flush=True)
 
 
 if __name__ == "__main__":

@@ -13,7 +13,7 @@ std::string summary(const Json& answer) {
   if (answer.contains("note")) line += "; " + field_text(answer, "note");
   const std::int64_t excluded = answer.value("excluded_files", std::int64_t{0});
   if (excluded > 0) line += fmt::format("; {} files are not production source", excluded);
-  return line + "\n";
+  return line;
 }
 
 }  // namespace
@@ -23,7 +23,7 @@ std::string diff_table(const Json& answer, const RenderOptions& options) {
   for (const Json& row : answer.value("files", Json::array())) {
     table.add_row({{path_text(row)}, status_cell(row), {lines_text(row)}}, symbol_lines(row));
   }
-  std::string out = styled(summary(answer), Style::kBold, options.colour);
+  std::string out = styled(summary(answer), Style::kBold, options.colour) + "\n";
   if (!table.empty()) out += table.render(options.colour);
   return out + page_footer(answer, "files", "files");
 }

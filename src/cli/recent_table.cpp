@@ -16,7 +16,7 @@ std::string summary(const Json& answer) {
   }
   const std::int64_t excluded = answer.value("excluded_files", std::int64_t{0});
   if (excluded > 0) line += fmt::format("; {} files are not production source", excluded);
-  return line + "\n";
+  return line;
 }
 
 std::string age_text(const Json& row, std::chrono::sys_seconds now) {
@@ -40,7 +40,7 @@ std::string recent_table(const Json& answer, const RenderOptions& options) {
                    {age_text(row, options.now)}},
                   symbol_lines(row));
   }
-  std::string out = styled(summary(answer), Style::kBold, options.colour);
+  std::string out = styled(summary(answer), Style::kBold, options.colour) + "\n";
   if (!table.empty()) out += table.render(options.colour);
   return out + page_footer(answer, "files", "files");
 }

@@ -1,7 +1,10 @@
 #include "cli/repository_location.h"
 
+#include <algorithm>
+#include <optional>
 #include <stdexcept>
 #include <system_error>
+#include <vector>
 
 #include "cli/answer_text.h"
 #include "cli/display_text.h"
@@ -26,22 +29,42 @@ std::string trimmed(std::string_view text) {
   return std::string(text.substr(first, last - first + 1));
 }
 
-fs::path top_level(const git_utils::GitRunner& git, const std::string& repo) {
+// What `git rev-parse <args>` prints in `repo`, which must lie in a work
+// tree; each path it prints ends with a newline.
+std::string rev_parse(const git_utils::GitRunner& git, const std::string& repo,
+                      std::vector<std::string> args) {
+  args.insert(args.begin(), "rev-parse");
+  const git_utils::GitResult result = git.run(repo, args);
+  if (result.exit_status != 0 || result.out.empty() || result.out.front() == '\n') {
+    std::string message = quoted_text(repo) + " is not inside a git work tree";
+    if (const std::string why = trimmed(result.err); !why.empty()) message += " (" + why + ")";
+    throw std::runtime_error(message + "; pass --repo with a folder of a repository");
+  }
+  return result.out;
+}
+
+// The work tree's top level and, unless a path holds a newline, the git
+// common dir: one git command answers both.
+struct GitPaths {
+  fs::path top_level;
+  std::optional<fs::path> common_dir;
+};
+
+GitPaths git_paths(const git_utils::GitRunner& git, const std::string& repo) {
   std::error_code error;
   if (!fs::is_directory(repo, error)) {
     throw std::runtime_error("cannot use --repo " + quoted_text(repo) +
                              ": no such folder; pass a folder inside a git work tree");
   }
-  const git_utils::GitResult result = git.run(repo, {"rev-parse", "--show-toplevel"});
-  const std::string root = printed_path(result.out);
-  if (result.exit_status != 0 || root.empty()) {
-    std::string message = quoted_text(repo) + " is not inside a git work tree";
-    if (const std::string why = trimmed(result.err); !why.empty()) message += " (" + why + ")";
-    throw std::runtime_error(message + "; pass --repo with a folder of a repository");
+  const std::string both =
+      rev_parse(git, repo, {"--path-format=absolute", "--show-toplevel", "--git-common-dir"});
+  // Two newlines in all: one ending each path, none inside either.
+  if (std::count(both.begin(), both.end(), '\n') == 2 && both.back() == '\n') {
+    const std::size_t split = both.find('\n');
+    return {both.substr(0, split), printed_path(both.substr(split + 1))};
   }
-  return root;
+  return {printed_path(rev_parse(git, repo, {"--show-toplevel"})), std::nullopt};
 }
-
 }  // namespace
 
 RepositoryLocation locate_repository(const git_utils::GitRunner& git,
@@ -50,10 +73,16 @@ RepositoryLocation locate_repository(const git_utils::GitRunner& git,
     throw std::runtime_error("--index is empty; pass the index file's name");
   }
   RepositoryLocation location;
-  location.root = top_level(git, options.repo);
+  GitPaths paths = git_paths(git, options.repo);
+  location.root = std::move(paths.top_level);
   location.index_given = options.index.has_value();
-  location.index_file =
-      options.index ? fs::absolute(*options.index) : indexer::default_index_path(location.root);
+  if (options.index) {
+    location.index_file = fs::absolute(*options.index);
+  } else if (paths.common_dir) {
+    location.index_file = indexer::default_index_path_in(*paths.common_dir);
+  } else {
+    location.index_file = indexer::default_index_path(location.root);
+  }
   return location;
 }
 

@@ -4,7 +4,6 @@
 #include <string>
 #include <vector>
 
-#include "lomarind/storage/index_writer.h"
 #include "lomarind/utils/json.h"
 #include "support/temp_git_repo.h"
 
@@ -41,15 +40,16 @@ class LomarindProgramTest : public ::testing::Test {
          "NO_COLOR=1"});
   }
 
-  Json answer(const std::vector<std::string>& args) const {
-    const CommandResult result = lomarind(args);
+  Json answer(const std::vector<std::string>& args, std::filesystem::path cwd = {}) const {
+    const CommandResult result = lomarind(args, std::move(cwd));
     EXPECT_EQ(result.status, 0) << result.err;
     return Json::parse(result.out);
   }
 
-  static std::vector<std::string> keys(const Json& object) {
-    std::vector<std::string> names;
-    for (const auto& item : object.items()) names.push_back(item.key());
+  // The object's keys in order, separated by spaces.
+  static std::string keys(const Json& object) {
+    std::string names;
+    for (const auto& item : object.items()) names += (names.empty() ? "" : " ") + item.key();
     return names;
   }
 
@@ -57,77 +57,51 @@ class LomarindProgramTest : public ::testing::Test {
   TempGitRepo repo_;
 };
 
-TEST_F(LomarindProgramTest, HotspotsJsonKeepsTheAnswersKeyOrderAndNumberKinds) {
+TEST_F(LomarindProgramTest, JsonKeepsTheAnswersKeyOrderAndNumberKinds) {
   const CommandResult result = lomarind({"hotspots", "--since", "2023-01-01", "--json"});
   ASSERT_EQ(result.status, 0) << result.err;
   const Json hot = Json::parse(result.out);
-  EXPECT_EQ(keys(hot), (std::vector<std::string>{"since", "branch", "commit_count", "group_by",
-                                                 "excluded_files", "hotspots", "total_count",
-                                                 "truncated", "has_more", "offset"}));
-  EXPECT_EQ(hot["branch"], "main");
-  EXPECT_EQ(hot["commit_count"], 3);
-  ASSERT_EQ(hot["hotspots"].size(), 3u);
-  const Json& top = hot["hotspots"][0];
-  EXPECT_EQ(keys(top), (std::vector<std::string>{"name", "type", "commits", "additions",
-                                                 "deletions", "component", "risk_score"}));
-  EXPECT_EQ(top["name"], "src/app/main.cc");
-  EXPECT_TRUE(top["component"].is_null());
+  EXPECT_EQ(keys(hot),
+            "since branch commit_count group_by excluded_files hotspots total_count truncated "
+            "has_more offset");
+  EXPECT_EQ(keys(hot["hotspots"][0]), "name type commits additions deletions component risk_score");
+  EXPECT_EQ(hot["hotspots"][0]["name"], "src/app/main.cc");
   EXPECT_NE(result.out.find("\"risk_score\": 1.0"), std::string::npos);
   EXPECT_NE(result.out.find("\"risk_score\": 0.33"), std::string::npos);
-}
-
-TEST_F(LomarindProgramTest, RecentAndDiffAnswerWithTheirOwnKeys) {
-  const Json recent = answer({"recent", "--since", "2023-01-01", "--json", "--limit", "1"});
-  EXPECT_EQ(keys(recent),
-            (std::vector<std::string>{"since", "branch", "commit_count", "excluded_files", "files",
-                                      "total_count", "truncated", "has_more", "offset",
-                                      "next_offset", "hint"}));
-  EXPECT_EQ(recent["files"][0]["path"], "src/app/main.cc");
-  EXPECT_EQ(recent["files"][0]["last_changed"], "2023-11-16T22:13:20+00:00");
 
   repo_.git({"checkout", "-q", "-b", "topic"});
   repo_.write("src/lib/util.cc", "void f() {}\nvoid g() {}\n");
   repo_.commit("topic work", kStart + 3 * kDay);
   const Json diff = answer({"diff", "--json"});
-  EXPECT_EQ(keys(diff), (std::vector<std::string>{"base_branch", "head_branch", "commit_count",
-                                                  "excluded_files", "files", "total_count",
-                                                  "truncated", "has_more", "offset"}));
   EXPECT_EQ(diff["head_branch"], "topic");
-  EXPECT_EQ(diff["files"][0], (Json{{"path", "src/lib/util.cc"},
-                                    {"status", "modified"},
-                                    {"additions", 1},
-                                    {"deletions", 0}}));
+  EXPECT_EQ(diff["files"].dump(),
+            R"([{"path":"src/lib/util.cc","status":"modified","additions":1,"deletions":0}])");
 }
 
 TEST_F(LomarindProgramTest, ExitStatusSaysWhoIsWrong) {
+  TempDir elsewhere;
   struct Case {
-    const char* name;
     std::vector<std::string> args;
     int status;
     std::string err_start;
   } cases[] = {
-      {"answered", {"hotspots", "--since", "1 year"}, 0, ""},
-      {"unknown branch",
-       {"recent", "--since", "2 weeks", "--branch", "nope"},
+      {{"recent", "--since", "2 weeks", "--branch", "nope"},
        1,
        "lomarind: Branch 'nope' not found; leave branch empty to use the current branch\n"},
-      {"bad period", {"hotspots", "--since", "soon"}, 1, "lomarind: Cannot read the period 'soon'"},
-      {"bad group",
-       {"hotspots", "--since", "1y", "--group-by", "File"},
+      {{"hotspots", "--since", "soon"}, 1, "lomarind: Cannot read the period 'soon'"},
+      {{"hotspots", "--since", "1y", "--group-by", "File"},
        1,
        "lomarind: group_by must be 'file' or 'component'; got 'File'\n"},
-      {"unknown base", {"diff", "--base", "gone"}, 1, "lomarind: "},
-      {"missing since", {"recent"}, 2, "lomarind: "},
-      {"unknown command", {"status"}, 2, "lomarind: unknown command 'status'"},
-      {"bad limit", {"diff", "--limit", "ten"}, 2, "lomarind: "},
+      {{"diff", "--repo", elsewhere.path().string()},
+       1,
+       "lomarind: '" + elsewhere.path().string() + "' is not inside a git work tree"},
+      {{"recent"}, 2, "lomarind: --since is required\n"},
   };
   for (const Case& c : cases) {
-    SCOPED_TRACE(c.name);
+    SCOPED_TRACE(c.err_start);
     const CommandResult result = lomarind(c.args);
     EXPECT_EQ(result.status, c.status) << result.err;
-    if (c.status != 0) {
-      EXPECT_EQ(result.out, "");
-    }
+    EXPECT_EQ(result.out, "");
     // The missing index is mentioned first when the question gets that far.
     const std::string err = result.err.substr(
         result.err.starts_with("lomarind: no index") ? result.err.find('\n') + 1 : 0);
@@ -135,70 +109,47 @@ TEST_F(LomarindProgramTest, ExitStatusSaysWhoIsWrong) {
   }
 }
 
-TEST_F(LomarindProgramTest, RepoMayBeAnyFolderInsideTheWorkTree) {
+TEST_F(LomarindProgramTest, RepoMayBeAnyFolderInsideAWorkTree) {
   TempDir elsewhere;
-  const CommandResult result = lomarind({"--repo", (repo_.root() / "src" / "lib").string(),
-                                         "recent", "--since", "2023-01-01", "--json"},
-                                        elsewhere.path());
-  ASSERT_EQ(result.status, 0) << result.err;
-  const Json recent = Json::parse(result.out);
+  const Json recent = answer({"--repo", (repo_.root() / "src" / "lib").string(), "recent",
+                              "--since", "2023-01-01", "--json"},
+                             elsewhere.path());
   EXPECT_EQ(recent["total_count"], 3);
   EXPECT_EQ(recent["files"][1]["path"], "src/lib/util.cc");
 
-  const CommandResult outside = lomarind({"diff", "--repo", elsewhere.path().string()});
-  EXPECT_EQ(outside.status, 1);
-  EXPECT_NE(outside.err.find("is not inside a git work tree"), std::string::npos) << outside.err;
-  EXPECT_EQ(outside.out, "");
-}
-
-TEST_F(LomarindProgramTest, MissingIndexIsSaidOnceAndIsEmpty) {
+  // A linked work tree reads the index of its repository.
+  const std::filesystem::path linked = elsewhere.path() / "linked";
+  repo_.git({"worktree", "add", "--quiet", "--detach", linked.string()});
   const CommandResult result =
-      lomarind({"hotspots", "--since", "2023-01-01", "--group-by", "component", "--source-only"});
+      lomarind({"--repo", linked.string(), "hotspots", "--since", "2023-01-01", "--json"});
   ASSERT_EQ(result.status, 0) << result.err;
   const std::string index = (repo_.root() / ".git" / "lomarind" / "index.db").string();
-  EXPECT_EQ(result.err, "lomarind: no index at " + index +
-                            ", so languages, components and symbols are unknown; run \"lomarind "
-                            "index\" to build one\n");
-  EXPECT_NE(result.out.find("unknown"), std::string::npos);
+  EXPECT_NE(result.err.find("no index at " + index + ","), std::string::npos) << result.err;
+  EXPECT_EQ(Json::parse(result.out)["total_count"], 3);
 }
 
-TEST_F(LomarindProgramTest, GivenIndexGivesComponents) {
-  TempDir dir;
-  const auto index = dir.path() / "index.db";
-  {
-    repository_changes::IndexWriter writer(index);
-    writer.put_file({"src/app/main.cc", "cpp", "src/app", {}});
-    writer.put_file({"src/lib/util.cc", "cpp", "src/lib", {}});
-    writer.commit();
-  }
-  const CommandResult result = lomarind({"hotspots", "--since", "2023-01-01", "--json",
-                                         "--group-by", "component", "--index", index.string()});
-  ASSERT_EQ(result.status, 0) << result.err;
-  EXPECT_EQ(result.err, "");
-  const Json hot = Json::parse(result.out);
-  std::vector<std::string> names;
-  for (const Json& row : hot["hotspots"]) names.push_back(row["name"]);
-  EXPECT_EQ(names, (std::vector<std::string>{"src/app", "src/lib", "unknown"}));
+TEST_F(LomarindProgramTest, MissingIndexIsSaidOnceAndIndexCommandBuildsIt) {
+  const std::vector<std::string> components = {"hotspots",   "--since",   "2023-01-01",
+                                               "--group-by", "component", "--json"};
+  const CommandResult before = lomarind(components);
+  ASSERT_EQ(before.status, 0) << before.err;
+  const std::string index = (repo_.root() / ".git" / "lomarind" / "index.db").string();
+  EXPECT_EQ(before.err, "lomarind: no index at " + index +
+                            ", so languages, components and symbols are unknown; run \"lomarind "
+                            "index\" to build one\n");
+  EXPECT_EQ(Json::parse(before.out)["hotspots"][0]["name"], "unknown");
 
-  TempDir other;
-  std::filesystem::copy_file(repo_.root() / "README.md", other.path() / "bad.db");
-  const CommandResult bad = lomarind({"diff", "--index", (other.path() / "bad.db").string()});
+  const CommandResult built = lomarind({"index"});
+  ASSERT_EQ(built.status, 0) << built.err;
+  EXPECT_TRUE(built.out.starts_with("Indexed 3 files")) << built.out;
+  const CommandResult after = lomarind(components);
+  EXPECT_EQ(after.err, "");
+  EXPECT_EQ(Json::parse(after.out)["hotspots"][0]["name"], "src");
+
+  const CommandResult bad = lomarind({"diff", "--index", (repo_.root() / "README.md").string()});
   EXPECT_EQ(bad.status, 1);
   EXPECT_TRUE(bad.err.starts_with("lomarind: ")) << bad.err;
   EXPECT_EQ(bad.out, "");
-}
-
-TEST_F(LomarindProgramTest, IndexCommandBuildsTheDefaultIndex) {
-  const CommandResult index = lomarind({"index"});
-  ASSERT_EQ(index.status, 0) << index.err;
-  EXPECT_TRUE(index.out.starts_with("Indexed 3 files")) << index.out;
-  EXPECT_TRUE(std::filesystem::exists(repo_.root() / ".git" / "lomarind" / "index.db"));
-
-  const CommandResult result =
-      lomarind({"hotspots", "--since", "2023-01-01", "--group-by", "component", "--json"});
-  ASSERT_EQ(result.status, 0) << result.err;
-  EXPECT_EQ(result.err, "");
-  EXPECT_EQ(Json::parse(result.out)["hotspots"][0]["name"], "src");
 }
 
 TEST_F(LomarindProgramTest, PathBytesThatAreNotUtf8BecomeSurrogateEscapes) {

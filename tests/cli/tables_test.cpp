@@ -9,41 +9,29 @@ using namespace std::chrono;
 
 const RenderOptions kPlain{.colour = false, .now = sys_days{2024y / May / 10}};
 
-Json page_fields(Json answer, const char* key, Json rows, std::int64_t total, std::int64_t offset,
-                 bool has_more) {
-  const auto count = static_cast<std::int64_t>(rows.size());
-  answer[key] = std::move(rows);
+// An answer: `head` (a JSON object's text) with its rows and page fields.
+Json page(const char* head, const char* key, const char* rows, std::int64_t total,
+          std::int64_t offset, bool has_more) {
+  Json answer = Json::parse(head);
+  answer[key] = Json::parse(rows);
   answer["total_count"] = total;
   answer["truncated"] = has_more;
   answer["has_more"] = has_more;
   answer["offset"] = offset;
-  if (has_more) answer["next_offset"] = offset + count;
+  if (has_more) answer["next_offset"] = offset + static_cast<std::int64_t>(answer[key].size());
   return answer;
 }
 
 TEST(TablesTest, RecentShowsAgesRenamesSymbolsAndTheNextPage) {
-  Json rows = Json::array();
-  rows.push_back({{"path", "src/new.cc"},
-                  {"status", "renamed"},
-                  {"old_path", "src/old.cc"},
-                  {"additions", 4},
-                  {"deletions", 1},
-                  {"commits", 2},
-                  {"last_changed", "2024-05-07T00:00:00+00:00"},
-                  {"symbols", Json::array({{{"name", "run"},
-                                            {"kind", "function"},
-                                            {"fqn", "app::run"},
-                                            {"line", 3},
-                                            {"end_line", 9}}})}});
-  rows.push_back({{"path", "evil\x1b[2J.txt"},
-                  {"status", "added"},
-                  {"additions", 10},
-                  {"deletions", 0},
-                  {"commits", 1},
-                  {"last_changed", "2024-05-09T22:00:00+00:00"}});
-  const Json answer = page_fields(
-      {{"since", "2 weeks"}, {"branch", "main"}, {"commit_count", 3}, {"excluded_files", 0}},
-      "files", rows, 5, 0, true);
+  const Json answer = page(
+      R"({"since": "2 weeks", "branch": "main", "commit_count": 3, "excluded_files": 0})", "files",
+      R"([{"path": "src/new.cc", "status": "renamed", "old_path": "src/old.cc", "additions": 4,
+           "deletions": 1, "commits": 2, "last_changed": "2024-05-07T00:00:00+00:00",
+           "symbols": [{"name": "run", "kind": "function", "fqn": "app::run", "line": 3,
+                        "end_line": 9}]},
+          {"path": "evil\u001b[2J.txt", "status": "added", "additions": 10, "deletions": 0,
+           "commits": 1, "last_changed": "2024-05-09T22:00:00+00:00"}])",
+      5, 0, true);
   EXPECT_EQ(recent_table(answer, kPlain),
             "main since '2 weeks': 3 commits\n"
             "PATH                      STATUS   COMMITS   LINES  LAST CHANGED\n"
@@ -54,28 +42,15 @@ TEST(TablesTest, RecentShowsAgesRenamesSymbolsAndTheNextPage) {
 }
 
 TEST(TablesTest, HotspotsShowComponentsFilesCountAndRisk) {
-  Json rows = Json::array();
-  rows.push_back({{"name", "src/app"},
-                  {"type", "component"},
-                  {"commits", 8},
-                  {"additions", 30},
-                  {"deletions", 2},
-                  {"files", 3},
-                  {"risk_score", 1.0}});
-  rows.push_back({{"name", "unknown"},
-                  {"type", "component"},
-                  {"commits", 1},
-                  {"additions", 1},
-                  {"deletions", 0},
-                  {"files", 1},
-                  {"risk_score", 0.12}});
-  const Json answer = page_fields({{"since", "1 year"},
-                                   {"branch", "main"},
-                                   {"commit_count", 9},
-                                   {"commit_limit_reached", true},
-                                   {"group_by", "component"},
-                                   {"excluded_files", 2}},
-                                  "hotspots", rows, 2, 0, false);
+  const Json answer = page(
+      R"({"since": "1 year", "branch": "main", "commit_count": 9, "commit_limit_reached": true,
+          "group_by": "component", "excluded_files": 2})",
+      "hotspots",
+      R"([{"name": "src/app", "type": "component", "commits": 8, "additions": 30, "deletions": 2,
+           "files": 3, "risk_score": 1.0},
+          {"name": "unknown", "type": "component", "commits": 1, "additions": 1, "deletions": 0,
+           "files": 1, "risk_score": 0.12}])",
+      2, 0, false);
   EXPECT_EQ(hotspots_table(answer, kPlain),
             "main since '1 year': 9 commits, by component (the commit limit; older commits are "
             "left out); 2 files are not production source\n"
@@ -85,34 +60,25 @@ TEST(TablesTest, HotspotsShowComponentsFilesCountAndRisk) {
             "Showing rows 1-2 of 2.\n");
 }
 
-TEST(TablesTest, EmptyPagesSayWhy) {
-  const Json same = page_fields({{"base_branch", "main"},
-                                 {"head_branch", "main"},
-                                 {"commit_count", 0},
-                                 {"excluded_files", 0},
-                                 {"note", "Already on base branch"}},
-                                "files", Json::array(), 0, 0, false);
+TEST(TablesTest, EmptyPagesSayWhyAndColourOnlyWhenAsked) {
+  const char* head =
+      R"({"base_branch": "main", "head_branch": "topic", "commit_count": 2, "excluded_files": 0})";
+  EXPECT_EQ(diff_table(page(head, "files", "[]", 4, 10, false), kPlain),
+            "topic against main: 2 commits\nNo files at offset 10; there are 4.\n");
+  Json same = page(head, "files", "[]", 0, 0, false);
+  same["head_branch"] = "main";
+  same["commit_count"] = 0;
+  same["note"] = "Already on base branch";
   EXPECT_EQ(diff_table(same, kPlain),
             "main against main: 0 commits; Already on base branch\nNo files.\n");
-  const Json past_end = page_fields({{"base_branch", "main"},
-                                     {"head_branch", "topic"},
-                                     {"commit_count", 2},
-                                     {"excluded_files", 0}},
-                                    "files", Json::array(), 4, 10, false);
-  EXPECT_EQ(diff_table(past_end, kPlain),
-            "topic against main: 2 commits\nNo files at offset 10; there are 4.\n");
-}
 
-TEST(TablesTest, ColourOnlyWhenAsked) {
-  Json rows =
-      Json::array({{{"path", "a"}, {"status", "deleted"}, {"additions", 0}, {"deletions", 3}}});
-  const Json answer = page_fields(
-      {{"base_branch", "main"}, {"head_branch", "t"}, {"commit_count", 1}, {"excluded_files", 0}},
-      "files", rows, 1, 0, false);
-  EXPECT_EQ(diff_table(answer, kPlain).find('\x1b'), std::string::npos);
+  const Json deleted =
+      page(head, "files", R"([{"path": "a", "status": "deleted", "additions": 0, "deletions": 3}])",
+           1, 0, false);
+  EXPECT_EQ(diff_table(deleted, kPlain).find('\x1b'), std::string::npos);
   RenderOptions colour = kPlain;
   colour.colour = true;
-  EXPECT_NE(diff_table(answer, colour).find("\x1b[31mdeleted\x1b[0m"), std::string::npos);
+  EXPECT_NE(diff_table(deleted, colour).find("\x1b[31mdeleted\x1b[0m"), std::string::npos);
 }
 
 }  // namespace

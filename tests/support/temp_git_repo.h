@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -17,8 +18,8 @@ struct CommandResult {
 };
 
 // Runs argv[0] (looked up on PATH) in `cwd` with the current environment
-// minus GIT_* variables, plus `extra_env` ("NAME=value"), and feeds `input`
-// on stdin. Never throws for a non-zero exit.
+// minus GIT_* variables, with `extra_env` ("NAME=value") added or replacing
+// what it names, and feeds `input` on stdin. Never throws for a non-zero exit.
 CommandResult run_command(const std::vector<std::string>& argv, const std::filesystem::path& cwd,
                           const std::vector<std::string>& extra_env = {},
                           const std::string& input = "");
@@ -43,9 +44,6 @@ class TempGitRepo {
   TempGitRepo();
   // Wraps an existing directory (e.g. a clone made by git()); not owned.
   explicit TempGitRepo(std::filesystem::path existing_root);
-  ~TempGitRepo();
-  TempGitRepo(const TempGitRepo&) = delete;
-  TempGitRepo& operator=(const TempGitRepo&) = delete;
 
   const std::filesystem::path& root() const { return root_; }
 
@@ -62,8 +60,11 @@ class TempGitRepo {
   std::string commit(const std::string& message, std::int64_t timestamp) const;
 
  private:
+  CommandResult run_git(const std::vector<std::string>& args, std::int64_t timestamp,
+                        const std::string& input) const;
+
+  std::unique_ptr<TempDir> dir_;  // null when wrapping an existing directory
   std::filesystem::path root_;
-  bool owned_;
 };
 
 }  // namespace lomarind::testing

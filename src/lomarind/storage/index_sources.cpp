@@ -33,6 +33,35 @@ std::vector<std::string> name_diff(std::initializer_list<std::string> revisions)
   return args;
 }
 
+// Filter drivers (clean, smudge, process) set in the repository's config
+// run whenever git hashes a work-tree file, so a work-tree diff runs with
+// every configured driver switched off. Returns nullopt for a driver whose
+// name cannot be written as a -c option (it holds '=').
+std::optional<std::vector<std::string>> filters_off(const git_utils::GitRunner& git,
+                                                    const std::filesystem::path& repo_root) {
+  const git_utils::GitResult result =
+      git.run(repo_root, {"config", "-z", "--name-only", "--get-regexp", "^filter\\."});
+  std::vector<std::string> options;
+  if (result.exit_status != 0) return options;  // no driver configured
+  std::vector<std::string> drivers;
+  for (const std::string& key : split_nul(result.out)) {
+    const std::size_t last_dot = key.rfind('.');
+    if (last_dot <= 7) continue;  // "filter.x" without a variable
+    std::string driver = key.substr(7, last_dot - 7);
+    if (driver.find('=') != std::string::npos) return std::nullopt;
+    if (std::find(drivers.begin(), drivers.end(), driver) == drivers.end()) {
+      drivers.push_back(std::move(driver));
+    }
+  }
+  for (const std::string& driver : drivers) {
+    for (const char* variable : {"clean=", "smudge=", "process=", "required=false"}) {
+      options.push_back("-c");
+      options.push_back("filter." + driver + "." + variable);
+    }
+  }
+  return options;
+}
+
 }  // namespace
 
 std::vector<std::string> tracked_files(const git_utils::GitRunner& git,
@@ -64,7 +93,12 @@ std::optional<std::vector<std::string>> changed_between(const git_utils::GitRunn
 
 std::vector<std::string> work_tree_changes(const git_utils::GitRunner& git,
                                            const std::filesystem::path& repo_root) {
-  return split_nul(git.run_checked(repo_root, name_diff({"HEAD"})));
+  std::optional<std::vector<std::string>> args = filters_off(git, repo_root);
+  // A driver that cannot be switched off must not run: read every file instead.
+  if (!args) return tracked_files(git, repo_root);
+  const std::vector<std::string> diff = name_diff({"HEAD"});
+  args->insert(args->end(), diff.begin(), diff.end());
+  return split_nul(git.run_checked(repo_root, *args));
 }
 
 bool is_utf8(std::string_view text) {

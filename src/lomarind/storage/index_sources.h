@@ -29,7 +29,8 @@ std::optional<std::vector<std::string>> changed_between(const git_utils::GitRunn
                                                         const std::string& from,
                                                         const std::string& to);
 
-// Tracked files whose work-tree or staged content differs from HEAD.
+// Tracked files whose work-tree or staged content differs from HEAD. No
+// filter driver of the repository's config runs while git compares them.
 std::vector<std::string> work_tree_changes(const git_utils::GitRunner& git,
                                            const std::filesystem::path& repo_root);
 

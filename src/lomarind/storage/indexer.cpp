@@ -162,7 +162,11 @@ std::filesystem::path default_index_path(const std::filesystem::path& repo_root)
   while (!common_dir.empty() && (common_dir.back() == '\n' || common_dir.back() == '\r')) {
     common_dir.pop_back();
   }
-  return repo_root / common_dir / "lomarind" / "index.db";
+  return default_index_path_in(repo_root / common_dir);
+}
+
+std::filesystem::path default_index_path_in(const std::filesystem::path& common_dir) {
+  return common_dir / "lomarind" / "index.db";
 }
 
 }  // namespace lomarind::indexer

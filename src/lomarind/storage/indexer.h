@@ -46,4 +46,7 @@ IndexSummary build_index(const IndexerOptions& options);
 // Throws git_utils::GitError when it is no git repository.
 std::filesystem::path default_index_path(const std::filesystem::path& repo_root);
 
+// The same for a repository whose git common dir is already known.
+std::filesystem::path default_index_path_in(const std::filesystem::path& common_dir);
+
 }  // namespace lomarind::indexer

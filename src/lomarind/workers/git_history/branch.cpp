@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <numeric>
 #include <utility>
 
 #include "lomarind/workers/git_history/git_access.h"
@@ -27,14 +28,20 @@ BranchChanges GitHistory::branch_changes(const std::filesystem::path& repo_root,
 }
 
 std::vector<git_utils::FileChange> by_lines_changed(std::span<const git_utils::FileChange> files) {
-  std::vector<git_utils::FileChange> ordered(files.begin(), files.end());
-  std::stable_sort(ordered.begin(), ordered.end(),
-                   [](const git_utils::FileChange& a, const git_utils::FileChange& b) {
-                     const std::int64_t lines_a = a.additions + a.deletions;
-                     const std::int64_t lines_b = b.additions + b.deletions;
-                     if (lines_a != lines_b) return lines_a > lines_b;
-                     return detail::code_point_less(a.path, b.path);
-                   });
+  // Positions are sorted rather than the records themselves: a branch can
+  // change thousands of files, and moving whole records at every step of
+  // the sort costs more than comparing them.
+  std::vector<std::size_t> order(files.size());
+  std::iota(order.begin(), order.end(), std::size_t{0});
+  std::stable_sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) {
+    const std::int64_t lines_a = files[a].additions + files[a].deletions;
+    const std::int64_t lines_b = files[b].additions + files[b].deletions;
+    if (lines_a != lines_b) return lines_a > lines_b;
+    return detail::code_point_less(files[a].path, files[b].path);
+  });
+  std::vector<git_utils::FileChange> ordered;
+  ordered.reserve(files.size());
+  for (const std::size_t i : order) ordered.push_back(files[i]);
   return ordered;
 }
 

@@ -60,7 +60,11 @@ double risk_score(std::int64_t commits, std::int64_t busiest) {
 
 std::vector<Json> file_rows(std::span<const PathHistory> histories,
                             const repository_changes::IndexedPaths& facts) {
-  const std::int64_t busiest = histories.empty() ? 1 : histories.front().commits;
+  return file_rows(histories, facts, histories.empty() ? 1 : histories.front().commits);
+}
+
+std::vector<Json> file_rows(std::span<const PathHistory> histories,
+                            const repository_changes::IndexedPaths& facts, std::int64_t busiest) {
   std::vector<Json> rows;
   rows.reserve(histories.size());
   for (const PathHistory& history : histories) {

@@ -30,6 +30,22 @@ std::vector<detail::PathHistory> existing_files(std::vector<detail::PathHistory>
   return histories;
 }
 
+// The rows of one page of file hotspots, scored against the busiest file
+// of all. Only the files up to the page's end are put in order, and only
+// the page's files become rows: a period can name thousands of files.
+std::vector<Json> file_page(std::vector<detail::PathHistory>& kept,
+                            const repository_changes::IndexedPaths& facts, std::int64_t limit,
+                            std::int64_t offset) {
+  const auto size = static_cast<std::int64_t>(kept.size());
+  const std::int64_t start = std::min(std::max<std::int64_t>(offset, 0), size);
+  const std::int64_t count = std::min(std::max<std::int64_t>(limit, 0), size - start);
+  if (count == 0) return {};
+  std::partial_sort(kept.begin(), kept.begin() + start + count, kept.end(), busiest_first);
+  return detail::file_rows(std::span<const detail::PathHistory>(kept).subspan(
+                               static_cast<std::size_t>(start), static_cast<std::size_t>(count)),
+                           facts, kept.front().commits);
+}
+
 }  // namespace
 
 Json GitHistory::hotspots(const repository_changes::Repository& repository,
@@ -57,17 +73,22 @@ Json GitHistory::hotspots(const repository_changes::Repository& repository,
       return !detail::is_source(n_.filters, history.path, facts);
     });
   }
-  std::sort(kept.begin(), kept.end(), busiest_first);
-  const std::vector<Json> rows = options.group_by == "component"
-                                     ? detail::component_rows(kept, facts)
-                                     : detail::file_rows(kept, facts);
+  std::int64_t total = static_cast<std::int64_t>(kept.size());
+  std::vector<Json> rows;
+  if (options.group_by == "component") {
+    std::sort(kept.begin(), kept.end(), busiest_first);
+    const std::vector<Json> ranked = detail::component_rows(kept, facts);
+    total = static_cast<std::int64_t>(ranked.size());
+    rows = detail::page(ranked, options.limit, options.offset);
+  } else {
+    rows = file_page(kept, facts, options.limit, options.offset);
+  }
 
   Json result = detail::period_fields(options.since, tip.name, commits);
   result["group_by"] = options.group_by;
   result["excluded_files"] = static_cast<std::int64_t>(existing - kept.size());
-  return detail::paginated(
-      std::move(result), "hotspots", detail::page(rows, options.limit, options.offset),
-      static_cast<std::int64_t>(rows.size()), options.limit, options.offset, n_.pagination);
+  return detail::paginated(std::move(result), "hotspots", std::move(rows), total, options.limit,
+                           options.offset, n_.pagination);
 }
 
 std::vector<Json> GitHistory::file_hotspots(const repository_changes::Repository& repository,

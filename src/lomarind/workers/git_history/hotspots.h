@@ -20,6 +20,10 @@ double risk_score(std::int64_t commits, std::int64_t busiest);
 // REQUIRES: `histories` sorted busiest first.
 std::vector<Json> file_rows(std::span<const PathHistory> histories,
                             const repository_changes::IndexedPaths& facts);
+// As above, scored against `busiest` commits: the rows of one page of a
+// longer list, whose first history need not be the busiest.
+std::vector<Json> file_rows(std::span<const PathHistory> histories,
+                            const repository_changes::IndexedPaths& facts, std::int64_t busiest);
 
 // One row per component ("unknown" for a file without one), ranked by
 // commits, then name.
