@@ -5,7 +5,6 @@
 #include <sys/stat.h>
 
 #include <fstream>
-#include <functional>
 #include <sstream>
 #include <string>
 
@@ -18,105 +17,94 @@ namespace {
 using ::testing::HasSubstr;
 
 std::string read_bytes(const std::filesystem::path& path) {
-  std::ifstream in(path, std::ios::binary);
   std::ostringstream bytes;
-  bytes << in.rdbuf();
+  bytes << std::ifstream(path, std::ios::binary).rdbuf();
   return bytes.str();
-}
-
-void write_bytes(const std::filesystem::path& path, const std::string& bytes) {
-  std::ofstream(path, std::ios::binary) << bytes;
-}
-
-void make_sqlite_file(const std::filesystem::path& path, const std::string& sql) {
-  SQLite::Database db(path.c_str(), SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE);
-  db.exec(sql);
 }
 
 class IndexFileTest : public ::testing::Test {
  protected:
   std::filesystem::path index_path() const { return dir_.path() / "index.db"; }
 
-  // Both opens refuse the file with a message holding `reason`, and leave
-  // its bytes as they were.
+  // Both opens refuse the file, saying `reason`, and leave its bytes alone.
   void expect_refused(const std::string& reason) const {
     const std::string before = read_bytes(index_path());
-    const std::function<void()> opens[] = {
-        [&] { IndexDb::open_for_queries(index_path()); },
-        [&] { IndexWriter writer(index_path()); },
-    };
-    for (const auto& open : opens) {
+    const auto refused = [&](auto open) {
       try {
         open();
         ADD_FAILURE() << "opened " << index_path();
       } catch (const IndexError& e) {
-        EXPECT_THAT(e.what(), HasSubstr("index " + index_path().string() + ": "));
-        EXPECT_THAT(e.what(), HasSubstr(reason));
+        EXPECT_THAT(e.what(), HasSubstr("index " + index_path().string() + ": " + reason));
       }
-    }
+    };
+    refused([&] { IndexDb::open_for_queries(index_path()); });
+    refused([&] { IndexWriter writer(index_path()); });
     EXPECT_EQ(read_bytes(index_path()), before);
   }
 
   lomarind::testing::TempDir dir_;
 };
 
-TEST_F(IndexFileTest, RefusesAFileThatIsNoDatabase) {
-  write_bytes(index_path(), std::string(4096, 'x'));
-  expect_refused("not a lomarind index (not an SQLite database); pass --index FILE or remove it");
-}
-
-TEST_F(IndexFileTest, RefusesAnotherSchemaVersion) {
-  make_sqlite_file(index_path(), "CREATE TABLE t (x); PRAGMA user_version = 7;");
-  expect_refused("not a lomarind index (user_version 7); pass --index FILE or remove it");
-}
-
-TEST_F(IndexFileTest, RefusesForeignTablesUnderOurVersion) {
-  make_sqlite_file(index_path(),
-                   "CREATE TABLE files (path TEXT PRIMARY KEY, language TEXT, component TEXT);"
-                   "CREATE TABLE symbols (path, name, kind, fqn, start_line, end_line);"
-                   "CREATE TABLE meta (key TEXT PRIMARY KEY, value TEXT);"
-                   "CREATE TABLE accounts (id); PRAGMA user_version = 1;");
-  expect_refused("not a lomarind index (unexpected tables)");
+TEST_F(IndexFileTest, RefusesFilesThatAreNotOurIndex) {
+  struct Case {
+    bool ours;        // `sql` runs on a new index of ours, else on a new database
+    std::string sql;  // empty: the file is plain text
+    std::string reason;
+  };
+  for (const Case& c : {
+           Case{false, "", "not a lomarind index (not an SQLite database); pass --index FILE"},
+           {false, "CREATE TABLE t (x); PRAGMA user_version = 7;",
+            "not a lomarind index (user_version 7)"},
+           {true, "CREATE TABLE accounts (id);", "not a lomarind index (unexpected tables)"},
+       }) {
+    SCOPED_TRACE(c.reason);
+    std::filesystem::remove(index_path());
+    if (c.ours) IndexWriter(index_path()).commit();
+    if (c.sql.empty()) {
+      std::ofstream(index_path()) << std::string(4096, 'x');
+    } else {
+      SQLite::Database(index_path().c_str(), SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE)
+          .exec(c.sql);
+    }
+    expect_refused(c.reason);
+  }
 }
 
 TEST_F(IndexFileTest, RefusesASymlinkAndLeavesItsTargetAlone) {
   const std::filesystem::path real = dir_.path() / "real.db";
   { IndexWriter(real).commit(); }
-  std::filesystem::create_symlink(real, index_path());
-  expect_refused("symbolic link");
-  std::filesystem::remove(index_path());
-  std::filesystem::create_symlink(dir_.path() / "nowhere.db", index_path());
-  expect_refused("symbolic link");
+  for (const auto& target : {real, dir_.path() / "nowhere.db"}) {
+    std::filesystem::remove(index_path());
+    std::filesystem::create_symlink(target, index_path());
+    expect_refused("it is a symbolic link");
+  }
   EXPECT_FALSE(std::filesystem::exists(dir_.path() / "nowhere.db"));
 }
 
-TEST_F(IndexFileTest, FollowsSymlinksAboveTheFile) {
+TEST_F(IndexFileTest, WriterMakesMissingDirectoriesThroughSymlinksAndNothingElse) {
   std::filesystem::create_directory(dir_.path() / "real");
   std::filesystem::create_directory_symlink(dir_.path() / "real", dir_.path() / "link");
-  { IndexWriter(dir_.path() / "link" / "index.db").commit(); }
-  EXPECT_FALSE(IndexDb::open_for_queries(dir_.path() / "link" / "index.db").empty());
-}
-
-TEST_F(IndexFileTest, WriterCreatesMissingDirectoriesAndNothingElse) {
-  const std::filesystem::path nested = dir_.path() / "a" / "b" / "index.db";
+  const std::filesystem::path nested = dir_.path() / "link" / "a" / "index.db";
   { IndexWriter(nested).commit(); }
   EXPECT_FALSE(IndexDb::open_for_queries(nested).empty());
-  std::vector<std::string> names;
-  for (const auto& entry : std::filesystem::directory_iterator(nested.parent_path())) {
-    names.push_back(entry.path().filename().string());
-  }
-  EXPECT_EQ(names, std::vector<std::string>{"index.db"});
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(nested.parent_path()), {}), 1);
 }
 
 TEST_F(IndexFileTest, ReadOnlyFileStillAnswersQueries) {
-  {
-    IndexWriter writer(index_path());
-    writer.put_file({"a.py", "python", std::nullopt, {}});
-    writer.commit();
-  }
+  IndexWriter(index_path()).commit();
   ::chmod(index_path().c_str(), 0444);
-  const IndexDb db = IndexDb::open_for_queries(index_path());
-  EXPECT_EQ(SqliteIndex().indexed_paths(db, {"a.py"}).size(), 1u);
+  EXPECT_THAT(SqliteIndex().indexed_paths(IndexDb::open_for_queries(index_path()), {"a.py"}),
+              ::testing::IsEmpty());
+}
+
+TEST_F(IndexFileTest, SecondWriterIsToldTheIndexIsBusy) {
+  IndexWriter writer(index_path());
+  try {
+    IndexWriter second(index_path(), 50);
+    ADD_FAILURE() << "two writers at once";
+  } catch (const IndexError& e) {
+    EXPECT_THAT(e.what(), HasSubstr("the index is busy"));
+  }
 }
 
 }  // namespace
