@@ -15,6 +15,7 @@ namespace lomarind::repository_changes {
 namespace {
 
 using ::testing::HasSubstr;
+using ::testing::ThrowsMessage;
 
 std::string read_bytes(const std::filesystem::path& path) {
   std::ostringstream bytes;
@@ -29,45 +30,30 @@ class IndexFileTest : public ::testing::Test {
   // Both opens refuse the file, saying `reason`, and leave its bytes alone.
   void expect_refused(const std::string& reason) const {
     const std::string before = read_bytes(index_path());
-    const auto refused = [&](auto open) {
-      try {
-        open();
-        ADD_FAILURE() << "opened " << index_path();
-      } catch (const IndexError& e) {
-        EXPECT_THAT(e.what(), HasSubstr("index " + index_path().string() + ": " + reason));
-      }
-    };
-    refused([&] { IndexDb::open_for_queries(index_path()); });
-    refused([&] { IndexWriter writer(index_path()); });
+    const auto refused =
+        ThrowsMessage<IndexError>(HasSubstr("index " + index_path().string() + ": " + reason));
+    EXPECT_THAT([&] { IndexDb::open_for_queries(index_path()); }, refused);
+    EXPECT_THAT([&] { IndexWriter writer(index_path()); }, refused);
     EXPECT_EQ(read_bytes(index_path()), before);
+  }
+
+  void make_database(const std::string& sql) const {
+    SQLite::Database(index_path().c_str(), SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE).exec(sql);
   }
 
   lomarind::testing::TempDir dir_;
 };
 
 TEST_F(IndexFileTest, RefusesFilesThatAreNotOurIndex) {
-  struct Case {
-    bool ours;        // `sql` runs on a new index of ours, else on a new database
-    std::string sql;  // empty: the file is plain text
-    std::string reason;
-  };
-  for (const Case& c : {
-           Case{false, "", "not a lomarind index (not an SQLite database); pass --index FILE"},
-           {false, "CREATE TABLE t (x); PRAGMA user_version = 7;",
-            "not a lomarind index (user_version 7)"},
-           {true, "CREATE TABLE accounts (id);", "not a lomarind index (unexpected tables)"},
-       }) {
-    SCOPED_TRACE(c.reason);
-    std::filesystem::remove(index_path());
-    if (c.ours) IndexWriter(index_path()).commit();
-    if (c.sql.empty()) {
-      std::ofstream(index_path()) << std::string(4096, 'x');
-    } else {
-      SQLite::Database(index_path().c_str(), SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE)
-          .exec(c.sql);
-    }
-    expect_refused(c.reason);
-  }
+  std::ofstream(index_path()) << std::string(4096, 'x');
+  expect_refused("not a lomarind index (not an SQLite database); pass --index FILE");
+  std::filesystem::remove(index_path());
+  make_database("CREATE TABLE t (x); PRAGMA user_version = 7;");
+  expect_refused("not a lomarind index (user_version 7)");
+  std::filesystem::remove(index_path());
+  IndexWriter(index_path()).commit();
+  make_database("CREATE TABLE accounts (id);");
+  expect_refused("not a lomarind index (unexpected tables)");
 }
 
 TEST_F(IndexFileTest, RefusesASymlinkAndLeavesItsTargetAlone) {
@@ -99,12 +85,8 @@ TEST_F(IndexFileTest, ReadOnlyFileStillAnswersQueries) {
 
 TEST_F(IndexFileTest, SecondWriterIsToldTheIndexIsBusy) {
   IndexWriter writer(index_path());
-  try {
-    IndexWriter second(index_path(), 50);
-    ADD_FAILURE() << "two writers at once";
-  } catch (const IndexError& e) {
-    EXPECT_THAT(e.what(), HasSubstr("the index is busy"));
-  }
+  EXPECT_THAT([&] { IndexWriter second(index_path(), 50); },
+              ThrowsMessage<IndexError>(HasSubstr("the index is busy")));
 }
 
 }  // namespace
