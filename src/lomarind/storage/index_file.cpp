@@ -171,6 +171,11 @@ void create_index_file(const std::filesystem::path& location, const std::filesys
 
 }  // namespace
 
+std::optional<std::string> optional_text(const SQLite::Column& column) {
+  if (column.isNull()) return std::nullopt;
+  return column.getString();
+}
+
 void throw_index_error(const std::filesystem::path& path, std::string_view doing) {
   try {
     throw;
