@@ -126,11 +126,13 @@ def measure(ours, floor, rounds):
     return ours_t, floor_t
 
 
-def summary(ours, floor, label):
+def ratios(ours, floor):
+    """Median times, and three ratios: of the medians, the median of each
+    round's ratio, and of the best times (the least disturbed by other work
+    on the machine)."""
     mine, theirs = statistics.median(ours), statistics.median(floor)
     paired = statistics.median(o / f for o, f in zip(ours, floor))
-    return (f"  {label} {mine * 1000:7.1f} ms {theirs * 1000:7.1f} ms "
-            f"{mine / theirs:6.3f} {paired:6.3f}")
+    return mine, theirs, mine / theirs, paired, min(ours) / min(floor)
 
 
 def main():
@@ -140,14 +142,17 @@ def main():
     parser.add_argument("--rounds", type=int, default=15)
     parser.add_argument("scenario", nargs="*",
                         default=["hotspots", "recent", "diff", "diff-symbols"])
-    args = parser.parse_args()
+    args = parser.parse_intermixed_args()
     binary, repo = os.path.abspath(args.binary), os.path.abspath(args.repo)
-    print(f"medians of {args.rounds} rounds; wall: lomarind, git alone, ratio, median of the "
-          "rounds' ratios; cpu: the same for CPU time")
+    print(f"{args.rounds} rounds. wall: median ms of lomarind and of git alone; ratio of the "
+          "medians, median of the rounds' ratios, ratio of the best. cpu: the same ratios")
     for name, ours, floor in scenarios(binary, repo, args.scenario):
         ours_t, floor_t = measure(ours, floor, args.rounds)
-        print(f"{name:13s}" + summary([w for w, _ in ours_t], [w for w, _ in floor_t], "wall")
-              + summary([c for _, c in ours_t], [c for _, c in floor_t], "cpu"), flush=True)
+        wall = ratios([w for w, _ in ours_t], [w for w, _ in floor_t])
+        cpu = ratios([c for _, c in ours_t], [c for _, c in floor_t])
+        print(f"{name:13s} wall {wall[0] * 1000:7.1f} {wall[1] * 1000:7.1f}  "
+              f"{wall[2]:.3f} {wall[3]:.3f} {wall[4]:.3f}   cpu {cpu[2]:.3f} {cpu[3]:.3f} "
+              f"{cpu[4]:.3f}", flush=True)
 
 
 if __name__ == "__main__":

@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "lomarind/utils/git_parse.h"
+#include "lomarind/utils/log_parser.h"
 #include "lomarind/utils/time_spec.h"
 
 namespace lomarind::git_utils {
@@ -118,10 +119,15 @@ std::vector<CommitChanges> GitCli::log_commit_changes(const std::filesystem::pat
                                                       int max_commits) const {
   std::string since_option = "--since=" + git_date(since);
   std::string max_option = "--max-count=" + std::to_string(max_commits);
-  return parse_log(
-      runner_.run_checked(repo_root, diff_command({"log", "-z", "--raw", "--numstat", "-M"},
-                                                  {"--no-show-signature", kLogFormat, since_option,
-                                                   max_option, "--end-of-options", ref, "--"})));
+  // Parsed as it arrives: the parse overlaps git's work, and the log is
+  // never held whole.
+  LogParser parser;
+  runner_.run_checked(repo_root,
+                      diff_command({"log", "-z", "--raw", "--numstat", "-M"},
+                                   {"--no-show-signature", kLogFormat, since_option, max_option,
+                                    "--end-of-options", ref, "--"}),
+                      [&parser](std::string_view piece) { parser.feed(piece); });
+  return std::move(parser).finish();
 }
 
 // --before keeps commits at or before its date, so asking for one second

@@ -37,6 +37,7 @@ constexpr const char* kSafetyOptions[] = {
 // Output is fully buffered: on a pipe git would otherwise write each commit
 // of a log on its own, and the thousands of small writes and wake-ups cost
 // both processes more than reading the log itself.
+// clang-format off
 constexpr const char* kFixedEnvironment[] = {
     "GIT_TERMINAL_PROMPT=0",
     "GIT_OPTIONAL_LOCKS=0",
@@ -45,6 +46,7 @@ constexpr const char* kFixedEnvironment[] = {
     "GIT_FLUSH=0",
     "LC_ALL=C",
 };
+// clang-format on
 
 // A GIT_DIR or GIT_WORK_TREE left behind by a hook must not redirect us,
 // nor GIT_CONFIG_* inject settings.
@@ -84,11 +86,12 @@ std::vector<std::string> GitRunner::environment() const {
 }
 
 GitResult GitRunner::run(const std::filesystem::path& repo_root,
-                         const std::vector<std::string>& args) const {
+                         const std::vector<std::string>& args,
+                         const subprocess::OutputSink& on_stdout) const {
   subprocess::Command command{command_line(repo_root, args), environment(), {}, {}};
   subprocess::Result result;
   try {
-    result = subprocess::run(command);
+    result = subprocess::run(command, on_stdout);
   } catch (const std::system_error& e) {
     if (e.code() == std::errc::no_such_file_or_directory) {
       throw GitError("git is not installed or not on PATH", command.argv);
@@ -103,8 +106,9 @@ GitResult GitRunner::run(const std::filesystem::path& repo_root,
 }
 
 std::string GitRunner::run_checked(const std::filesystem::path& repo_root,
-                                   const std::vector<std::string>& args) const {
-  GitResult result = run(repo_root, args);
+                                   const std::vector<std::string>& args,
+                                   const subprocess::OutputSink& on_stdout) const {
+  GitResult result = run(repo_root, args, on_stdout);
   if (result.exit_status != 0) throw failure(repo_root, args, result);
   return std::move(result.out);
 }

@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "lomarind/utils/subprocess.h"
+
 namespace lomarind::git_utils {
 
 class GitError;
@@ -31,13 +33,17 @@ class GitRunner {
 
   // Runs `git <safety options> -C repo_root <args...>` and returns whatever
   // it exited with. Throws GitError only when git cannot be started
-  // ("git is not installed or not on PATH") or dies from a signal.
-  GitResult run(const std::filesystem::path& repo_root, const std::vector<std::string>& args) const;
+  // ("git is not installed or not on PATH") or dies from a signal. With
+  // `on_stdout`, stdout goes there in pieces as git writes it (and
+  // GitResult::out stays empty); what it throws ends git and propagates.
+  GitResult run(const std::filesystem::path& repo_root, const std::vector<std::string>& args,
+                const subprocess::OutputSink& on_stdout = nullptr) const;
 
   // As run(), but a non-zero exit throws GitError with git's trimmed stderr
   // (or "git exited with status N" when it printed nothing).
   std::string run_checked(const std::filesystem::path& repo_root,
-                          const std::vector<std::string>& args) const;
+                          const std::vector<std::string>& args,
+                          const subprocess::OutputSink& on_stdout = nullptr) const;
 
   // The GitError for a command that exited non-zero with `result`: git's
   // trimmed stderr, or "git exited with status N" when it printed nothing.

@@ -20,7 +20,9 @@ extern char** environ;
 namespace lomarind::subprocess {
 namespace {
 
-constexpr std::size_t kReadChunk = 256 * 1024;
+// Small enough to come from the heap rather than a fresh mapping, so
+// that each command does not fault in a new buffer; git writes in pages.
+constexpr std::size_t kReadChunk = 64 * 1024;
 constexpr int kPipeSize = 1 << 20;  // fewer wake-ups for large outputs
 
 [[noreturn]] void throw_errno(int error, const std::string& what) {

@@ -31,19 +31,14 @@ std::vector<detail::PathHistory> existing_files(std::vector<detail::PathHistory>
 }
 
 // The rows of one page of file hotspots, scored against the busiest file
-// of all. Only the files up to the page's end are put in order, and only
-// the page's files become rows: a period can name thousands of files.
+// of all. Only the page's files become rows: a period can name thousands.
 std::vector<Json> file_page(std::vector<detail::PathHistory>& kept,
                             const repository_changes::IndexedPaths& facts, std::int64_t limit,
                             std::int64_t offset) {
-  const auto size = static_cast<std::int64_t>(kept.size());
-  const std::int64_t start = std::min(std::max<std::int64_t>(offset, 0), size);
-  const std::int64_t count = std::min(std::max<std::int64_t>(limit, 0), size - start);
-  if (count == 0) return {};
-  std::partial_sort(kept.begin(), kept.begin() + start + count, kept.end(), busiest_first);
-  return detail::file_rows(std::span<const detail::PathHistory>(kept).subspan(
-                               static_cast<std::size_t>(start), static_cast<std::size_t>(count)),
-                           facts, kept.front().commits);
+  detail::sort_through_page(kept, limit, offset, busiest_first);
+  const std::vector<detail::PathHistory> page = detail::page(kept, limit, offset);
+  if (page.empty()) return {};
+  return detail::file_rows(page, facts, kept.front().commits);
 }
 
 }  // namespace

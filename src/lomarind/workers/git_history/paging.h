@@ -30,6 +30,21 @@ std::vector<T> page(const std::vector<T>& items, std::int64_t limit, std::int64_
   return page(std::span<const T>(items), limit, offset);
 }
 
+// Puts `items` in `less` order as far as the end of the page that page()
+// cuts with `limit` and `offset`; the items after it stay in no particular
+// order. A page is usually a small part of a long list.
+template <typename T, typename Less>
+void sort_through_page(std::vector<T>& items, std::int64_t limit, std::int64_t offset, Less less) {
+  const auto size = static_cast<std::int64_t>(items.size());
+  const std::int64_t start = std::clamp<std::int64_t>(offset, 0, size);
+  const std::int64_t end = start + std::min(std::max<std::int64_t>(limit, 0), size - start);
+  if (end > size / 2) {
+    std::sort(items.begin(), items.end(), less);
+  } else {
+    std::partial_sort(items.begin(), items.begin() + end, items.end(), less);
+  }
+}
+
 // The result with its page of rows and the pagination fields every list
 // answer carries: `key`, total_count, truncated, has_more, offset (clamped),
 // then whatever the pagination hint adds.

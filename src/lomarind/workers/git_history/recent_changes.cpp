@@ -43,7 +43,7 @@ Json GitHistory::recent_changes(const repository_changes::Repository& repository
       return !detail::is_source(n_.filters, history.path, facts);
     });
   }
-  std::sort(kept.begin(), kept.end(), latest_first);
+  detail::sort_through_page(kept, options.limit, options.offset, latest_first);
 
   const std::vector<detail::PathHistory> page = detail::page(kept, options.limit, options.offset);
   std::vector<Json> rows;
