@@ -32,6 +32,10 @@ std::optional<std::string> to_optional_bytes(py::handle value, std::string_view 
   return to_bytes(value, what);
 }
 
+std::vector<std::string> to_bytes_list(py::handle items, std::string_view what) {
+  return from_list(items, [what](py::handle item) { return to_bytes(item, what); });
+}
+
 std::filesystem::path to_path(py::handle value) {
   const py::object encoded = py::module_::import("os").attr("fsencode")(value);
   return std::filesystem::path(std::string(py::reinterpret_borrow<py::bytes>(encoded)));

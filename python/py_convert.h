@@ -6,10 +6,13 @@
 #include <pybind11/pybind11.h>
 
 #include <chrono>
+#include <exception>
 #include <filesystem>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <type_traits>
+#include <vector>
 
 #include "lomarind/utils/json.h"
 
@@ -27,6 +30,25 @@ std::string to_bytes(py::handle value, std::string_view what);
 // None is absent.
 std::optional<std::string> to_optional_bytes(py::handle value, std::string_view what);
 
+// A list of `convert(item)` for each item.
+template <typename Items, typename Convert>
+py::list to_list(const Items& items, Convert convert) {
+  py::list list;
+  for (const auto& item : items) list.append(convert(item));
+  return list;
+}
+
+// `convert(item)` for each item of a Python iterable.
+template <typename Convert>
+auto from_list(py::handle items, Convert convert) {
+  std::vector<std::decay_t<std::invoke_result_t<Convert, py::handle>>> result;
+  for (const py::handle item : items) result.push_back(convert(item));
+  return result;
+}
+
+// Each item of a Python iterable as to_bytes reads it.
+std::vector<std::string> to_bytes_list(py::handle items, std::string_view what);
+
 // A str, bytes or os.PathLike, as os.fsencode reads it.
 std::filesystem::path to_path(py::handle value);
 
@@ -40,5 +62,17 @@ py::object json_to_python(const Json& value);
 // Mappings with str keys keep their order; sequences other than str and
 // bytes become arrays. Throws TypeError for anything else.
 Json json_from_python(py::handle value);
+
+// An exception translator's body: sets the Python exception `module`.`name`
+// with the text of the C++ `Error` that `failure` holds, and lets any other
+// failure pass on to the next translator.
+template <typename Error>
+void raise_as(std::exception_ptr failure, const char* module, const char* name) {
+  try {
+    if (failure) std::rethrow_exception(failure);
+  } catch (const Error& error) {
+    PyErr_SetObject(py::module_::import(module).attr(name).ptr(), to_str(error.what()).ptr());
+  }
+}
 
 }  // namespace lomarind::python

@@ -14,69 +14,69 @@ namespace lomarind::python {
 
 namespace {
 
+py::object to_python_answer(const Json& answer) { return json_to_python(answer); }
+py::object to_python_answer(const std::vector<Json>& rows) { return to_list(rows, json_to_python); }
+
+// Runs one answer of GitHistory over neighbours bound to `host`.
+template <typename Options, typename Answer>
+py::object answer(Answer (git_history::GitHistory::*ask)(const repository_changes::Repository&,
+                                                         const std::filesystem::path&,
+                                                         const Options&) const,
+                  const py::module_& host, const py::object& repository,
+                  const py::object& repo_root, const Options& options) {
+  HostNeighbours n(host, repo_root, repository.attr("db"));
+  return answering(host, [&] {
+    return to_python_answer((n.history.*ask)(n.repository, to_path(repo_root), options));
+  });
+}
+
 py::object recent_changes(const py::module_& host, const py::object& repository,
                           const py::object& repo_root, py::handle since, py::handle branch,
                           bool include_symbols, std::int64_t limit, std::int64_t offset,
                           bool source_only) {
-  HostNeighbours n(host, repo_root, repository.attr("db"));
-  const git_history::RecentChangesOptions options{.since = to_bytes(since, "since"),
+  return answer(&git_history::GitHistory::recent_changes, host, repository, repo_root,
+                git_history::RecentChangesOptions{.since = to_bytes(since, "since"),
                                                   .branch = to_optional_bytes(branch, "branch"),
                                                   .include_symbols = include_symbols,
                                                   .limit = limit,
                                                   .offset = offset,
-                                                  .source_only = source_only};
-  return answering(host, [&] {
-    return json_to_python(n.history.recent_changes(n.repository, to_path(repo_root), options));
-  });
+                                                  .source_only = source_only});
 }
 
 py::object hotspots(const py::module_& host, const py::object& repository,
                     const py::object& repo_root, py::handle since, py::handle branch,
                     py::handle group_by, std::int64_t limit, std::int64_t offset,
                     bool source_only) {
-  HostNeighbours n(host, repo_root, repository.attr("db"));
-  const git_history::HotspotsOptions options{.since = to_bytes(since, "since"),
+  return answer(&git_history::GitHistory::hotspots, host, repository, repo_root,
+                git_history::HotspotsOptions{.since = to_bytes(since, "since"),
                                              .branch = to_optional_bytes(branch, "branch"),
                                              .group_by = to_bytes(group_by, "group_by"),
                                              .limit = limit,
                                              .offset = offset,
-                                             .source_only = source_only};
-  return answering(host, [&] {
-    return json_to_python(n.history.hotspots(n.repository, to_path(repo_root), options));
-  });
+                                             .source_only = source_only});
 }
 
 py::object file_hotspots(const py::module_& host, const py::object& repository,
                          const py::object& repo_root, py::handle since, py::handle branch,
                          std::int64_t limit) {
-  HostNeighbours n(host, repo_root, repository.attr("db"));
-  const git_history::FileHotspotsOptions options{.since = to_bytes(since, "since"),
+  return answer(&git_history::GitHistory::file_hotspots, host, repository, repo_root,
+                git_history::FileHotspotsOptions{.since = to_bytes(since, "since"),
                                                  .branch = to_optional_bytes(branch, "branch"),
-                                                 .limit = limit};
-  return answering(host, [&]() -> py::object {
-    py::list rows;
-    for (const Json& row : n.history.file_hotspots(n.repository, to_path(repo_root), options)) {
-      rows.append(json_to_python(row));
-    }
-    return rows;
-  });
+                                                 .limit = limit});
 }
 
 py::object branch_diff(const py::module_& host, const py::object& repository,
                        const py::object& repo_root, py::handle base_branch, py::handle head_branch,
                        bool include_symbols, std::int64_t limit, std::int64_t offset,
                        bool source_only) {
-  HostNeighbours n(host, repo_root, repository.attr("db"));
-  const git_history::BranchDiffOptions options{
-      .base_branch = to_optional_bytes(base_branch, "base_branch"),
-      .head_branch = to_optional_bytes(head_branch, "head_branch"),
-      .include_symbols = include_symbols,
-      .limit = limit,
-      .offset = offset,
-      .source_only = source_only};
-  return answering(host, [&] {
-    return json_to_python(n.history.branch_diff(n.repository, to_path(repo_root), options));
-  });
+  return answer(
+      &git_history::GitHistory::branch_diff, host, repository, repo_root,
+      git_history::BranchDiffOptions{.base_branch = to_optional_bytes(base_branch, "base_branch"),
+                                     .head_branch = to_optional_bytes(head_branch, "head_branch"),
+                                     .include_symbols = include_symbols,
+                                     .limit = limit,
+                                     .offset = offset,
+                                     .source_only = source_only});
 }
 
 }  // namespace

@@ -20,20 +20,15 @@ py::object branch_changes(const py::module_& host, const py::object& repo_root,
   return answering(host, [&] {
     const git_history::BranchChanges changes =
         n.history.branch_changes(to_path(repo_root), base, head, options);
-    py::list files;
-    for (const git_utils::FileChange& change : changes.files()) files.append(to_python(change));
     return host.attr("BranchChanges")(to_str(changes.base_branch()), to_str(changes.head_branch()),
                                       to_str(changes.base_commit()), to_str(changes.head_commit()),
-                                      changes.commit_count(), py::tuple(files));
+                                      changes.commit_count(),
+                                      py::tuple(to_python_list(changes.files())));
   });
 }
 
 py::list by_lines_changed(py::handle files) {
-  py::list result;
-  for (const auto& change : git_history::by_lines_changed(file_changes_from(files))) {
-    result.append(to_python(change));
-  }
-  return result;
+  return to_python_list(git_history::by_lines_changed(file_changes_from(files)));
 }
 
 py::object changed_line_spans(const py::module_& host, const py::object& repo_root,
@@ -50,13 +45,8 @@ py::object changed_line_spans(const py::module_& host, const py::object& repo_ro
 }
 
 py::list line_ranges(py::handle spans, py::handle paths) {
-  std::vector<std::string> path_list;
-  for (const py::handle path : paths) path_list.push_back(to_bytes(path, "a path"));
-  py::list result;
-  for (const auto& range : git_history::line_ranges(line_spans_from(spans), path_list)) {
-    result.append(to_python(range));
-  }
-  return result;
+  return to_python_list(
+      git_history::line_ranges(line_spans_from(spans), to_bytes_list(paths, "a path")));
 }
 
 py::object touched_symbols(const py::module_& host, const py::object& repository,
@@ -72,9 +62,7 @@ py::object touched_symbols(const py::module_& host, const py::object& repository
     for (const auto& [path, rows] :
          n.history.touched_symbols(n.repository, to_path(repo_root), base, head, changes,
                                    {.merge_base = merge_base, .per_file = per_file})) {
-      py::list list;
-      for (const Json& row : rows) list.append(json_to_python(row));
-      result[to_str(path)] = list;
+      result[to_str(path)] = to_list(rows, json_to_python);
     }
     return result;
   });

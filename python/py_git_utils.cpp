@@ -52,11 +52,8 @@ py::list diff_file_changes(py::handle repo_root, py::handle base_commit, py::han
   const auto root = to_path(repo_root);
   const std::string base = to_bytes(base_commit, "base_commit");
   const std::string head = to_bytes(head_commit, "head_commit");
-  const auto changes = without_gil(
-      [&](const git_utils::GitCli& git) { return git.diff_file_changes(root, base, head); });
-  py::list result;
-  for (const git_utils::FileChange& change : changes) result.append(to_python(change));
-  return result;
+  return to_python_list(without_gil(
+      [&](const git_utils::GitCli& git) { return git.diff_file_changes(root, base, head); }));
 }
 
 std::int64_t count_commits(py::handle repo_root, py::handle base_commit, py::handle head_commit) {
@@ -72,12 +69,9 @@ py::list log_commit_changes(py::handle repo_root, py::handle since, py::handle r
   const auto root = to_path(repo_root);
   const auto start = to_sys_seconds(since);
   const std::string tip = to_bytes(ref, "ref");
-  const auto commits = without_gil([&](const git_utils::GitCli& git) {
+  return to_python_list(without_gil([&](const git_utils::GitCli& git) {
     return git.log_commit_changes(root, start, tip, max_commits);
-  });
-  py::list result;
-  for (const git_utils::CommitChanges& commit : commits) result.append(to_python(commit));
-  return result;
+  }));
 }
 
 py::object commit_before(py::handle repo_root, py::handle tip, py::handle start) {
@@ -94,20 +88,14 @@ py::dict diff_line_spans(py::handle repo_root, py::handle base_commit, py::handl
   const auto root = to_path(repo_root);
   const std::string base = to_bytes(base_commit, "base_commit");
   const std::string head = to_bytes(head_commit, "head_commit");
-  std::vector<std::string> path_list;
-  for (const py::handle path : paths) path_list.push_back(to_bytes(path, "a path"));
+  const std::vector<std::string> path_list = to_bytes_list(paths, "a path");
   return to_python(without_gil([&](const git_utils::GitCli& git) {
     return git.diff_line_spans(root, base, head, merge_base, path_list);
   }));
 }
 
 void translate_git_error(std::exception_ptr failure) {
-  try {
-    if (failure) std::rethrow_exception(failure);
-  } catch (const git_utils::GitError& error) {
-    const py::object type = py::module_::import("lomarind.utils.git_utils").attr("GitError");
-    PyErr_SetObject(type.ptr(), to_str(error.what()).ptr());
-  }
+  raise_as<git_utils::GitError>(failure, "lomarind.utils.git_utils", "GitError");
 }
 
 }  // namespace

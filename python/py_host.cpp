@@ -7,29 +7,28 @@ namespace lomarind::python {
 
 namespace {
 
-// Runs a call of the Python git reader; its GitError becomes a C++ one that
-// the module's git guard understands.
-template <typename Call>
-py::object calling_git(const py::module_& host, Call call) {
+// Runs a call of a Python neighbour; a Python exception of `type` becomes
+// the C++ error `Host` that the answers understand.
+template <typename Host, typename Call>
+py::object raising_as(const py::object& type, std::string_view what, Call call) {
   try {
     return call();
   } catch (py::error_already_set& error) {
-    if (!error.matches(host.attr("GitError"))) throw;
-    const std::string message = to_bytes(py::str(error.value()), "a GitError's text");
-    throw HostGitError(message, std::move(error));
+    if (!error.matches(type)) throw;
+    const std::string message = to_bytes(py::str(error.value()), what);
+    throw Host(message, std::move(error));
   }
+}
+
+template <typename Call>
+py::object calling_git(const py::module_& host, Call call) {
+  return raising_as<HostGitError>(host.attr("GitError"), "a GitError's text", call);
 }
 
 bool truthy(const py::object& value) {
   const int result = PyObject_IsTrue(value.ptr());
   if (result < 0) throw py::error_already_set();
   return result == 1;
-}
-
-py::list str_list(const std::vector<std::string>& texts) {
-  py::list list;
-  for (const std::string& text : texts) list.append(to_str(text));
-  return list;
 }
 
 }  // namespace
@@ -64,14 +63,9 @@ std::string HostGitReader::get_default_branch(const std::filesystem::path&) cons
 }
 
 std::chrono::sys_seconds HostGitReader::parse_time_spec(const std::string& since) const {
-  py::object start;
-  try {
-    start = operation("parse_time_spec")(to_str(since));
-  } catch (py::error_already_set& error) {
-    if (!error.matches(PyExc_ValueError)) throw;
-    const std::string message = to_bytes(py::str(error.value()), "a ValueError's text");
-    throw HostValueError(message, std::move(error));
-  }
+  const py::object start = raising_as<HostValueError>(
+      py::reinterpret_borrow<py::object>(PyExc_ValueError), "a ValueError's text",
+      [&] { return operation("parse_time_spec")(to_str(since)); });
   last_start_seconds_ = to_sys_seconds(start);
   last_start_ = start;
   return last_start_seconds_;
@@ -104,9 +98,7 @@ std::vector<git_utils::CommitChanges> HostGitReader::log_commit_changes(
                                            arg("ref") = to_str(ref),
                                            arg("max_commits") = max_commits);
   });
-  std::vector<git_utils::CommitChanges> result;
-  for (const py::handle commit : commits) result.push_back(commit_changes_from(commit));
-  return result;
+  return from_list(commits, commit_changes_from);
 }
 
 std::optional<std::string> HostGitReader::commit_before(const std::filesystem::path&,
@@ -125,7 +117,7 @@ git_utils::LineSpansByPath HostGitReader::diff_line_spans(
   const py::object spans = calling_git(host_, [&] {
     return operation("diff_line_spans")(repo_root_, to_str(base_commit), to_str(head_commit),
                                         arg("merge_base") = merge_base,
-                                        arg("paths") = str_list(paths));
+                                        arg("paths") = to_list(paths, to_str));
   });
   return line_spans_from(spans);
 }
@@ -133,7 +125,7 @@ git_utils::LineSpansByPath HostGitReader::diff_line_spans(
 repository_changes::IndexedPaths HostChangeIndex::indexed_paths(
     const repository_changes::IndexDb&, const std::vector<std::string>& paths) const {
   const py::object facts =
-      host_.attr("repository_changes").attr("indexed_paths")(db_, str_list(paths));
+      host_.attr("repository_changes").attr("indexed_paths")(db_, to_list(paths, to_str));
   repository_changes::IndexedPaths result;
   for (const py::handle item : facts.attr("items")()) {
     result.emplace(to_bytes(item[py::int_(0)], "a path"), indexed_path_from(item[py::int_(1)]));
@@ -145,17 +137,14 @@ std::vector<repository_changes::SymbolOnLines> HostChangeIndex::symbols_on_lines
     const repository_changes::IndexDb&, const std::vector<repository_changes::LineRange>& ranges,
     std::span<const std::string_view>, int per_file) const {
   const py::object line_range = host_.attr("LineRange");
-  py::list range_list;
-  for (const auto& range : ranges) {
-    range_list.append(line_range(to_str(range.path), range.start_line, range.end_line));
-  }
+  const py::list range_list = to_list(ranges, [&](const repository_changes::LineRange& range) {
+    return line_range(to_str(range.path), range.start_line, range.end_line);
+  });
   const py::object symbols =
       host_.attr("repository_changes")
           .attr("symbols_on_lines")(db_, range_list, host_.attr("CHANGE_KINDS"),
                                     py::arg("per_file") = per_file);
-  std::vector<repository_changes::SymbolOnLines> result;
-  for (const py::handle symbol : symbols) result.push_back(symbol_from(symbol));
-  return result;
+  return from_list(symbols, symbol_from);
 }
 
 bool HostSourceFilters::in_source_languages(std::string_view language) const {
@@ -178,24 +167,28 @@ Json HostPaginationHint::add_pagination_hint(Json result, std::int64_t count) co
   return json_from_python(host_.attr("add_pagination_hint")(json_to_python(result), count));
 }
 
-void HostLogSink::write(const LogRecord& record) const {
-  int level = 20;
-  switch (record.level) {
+namespace {
+
+// The level numbers of Python's logging module.
+int python_level(LogLevel level) {
+  switch (level) {
     case LogLevel::kDebug:
-      level = 10;
-      break;
-    case LogLevel::kInfo:
-      level = 20;
-      break;
+      return 10;
     case LogLevel::kWarning:
-      level = 30;
-      break;
+      return 30;
     case LogLevel::kError:
-      level = 40;
+      return 40;
+    case LogLevel::kInfo:
       break;
   }
+  return 20;
+}
+
+}  // namespace
+
+void HostLogSink::write(const LogRecord& record) const {
   py::list args;
-  args.append(level);
+  args.append(python_level(record.level));
   args.append(to_str(record.format));
   for (const std::string& arg : record.args) args.append(to_str(arg));
   host_.attr("logger").attr("log")(*py::tuple(args));
@@ -207,9 +200,7 @@ py::object python_cause(const py::module_& host, const std::exception_ptr& cause
   if (!cause) return py::none();
   try {
     std::rethrow_exception(cause);
-  } catch (const HostGitError& error) {
-    return error.original().value();
-  } catch (const HostValueError& error) {
+  } catch (const HostCause& error) {
     return error.original().value();
   } catch (const git_utils::GitError& error) {
     return host.attr("GitError")(to_str(error.what()));

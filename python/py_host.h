@@ -19,28 +19,29 @@ namespace lomarind::python {
 
 namespace py = pybind11;
 
-// A GitError raised by a Python git reader, kept so that the Python caller
-// sees the very exception as the cause of GitHistoryError.
-class HostGitError : public git_utils::GitError {
+// The Python exception behind a C++ error that a Python neighbour raised,
+// kept so that the Python caller sees the very exception as the cause of
+// GitHistoryError.
+class HostCause {
  public:
-  HostGitError(const std::string& message, py::error_already_set original)
-      : git_utils::GitError(message), original_(std::move(original)) {}
+  explicit HostCause(py::error_already_set original) : original_(std::move(original)) {}
   const py::error_already_set& original() const { return original_; }
 
  private:
   py::error_already_set original_;
 };
 
-// A ValueError raised by a Python parse_time_spec, kept likewise.
-class HostValueError : public std::invalid_argument {
+template <typename Error>
+class HostError : public Error, public HostCause {
  public:
-  HostValueError(const std::string& message, py::error_already_set original)
-      : std::invalid_argument(message), original_(std::move(original)) {}
-  const py::error_already_set& original() const { return original_; }
-
- private:
-  py::error_already_set original_;
+  HostError(const std::string& message, py::error_already_set original)
+      : Error(message), HostCause(std::move(original)) {}
 };
+
+// A GitError raised by a Python git reader, and a ValueError raised by a
+// Python parse_time_spec.
+using HostGitError = HostError<git_utils::GitError>;
+using HostValueError = HostError<std::invalid_argument>;
 
 // The git reader through host.git_utils. `repo_root` is passed back exactly
 // as the caller gave it, and the start of a period as the very datetime

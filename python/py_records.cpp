@@ -35,9 +35,7 @@ git_utils::FileChange file_change_from(py::handle change) {
 }
 
 std::vector<git_utils::FileChange> file_changes_from(py::handle changes) {
-  std::vector<git_utils::FileChange> result;
-  for (const py::handle change : changes) result.push_back(file_change_from(change));
-  return result;
+  return from_list(changes, file_change_from);
 }
 
 git_utils::CommitChanges commit_changes_from(py::handle commit) {
@@ -54,9 +52,8 @@ git_utils::LineSpan line_span_from(py::handle span) {
 git_utils::LineSpansByPath line_spans_from(py::handle spans_by_path) {
   git_utils::LineSpansByPath result;
   for (const py::handle item : spans_by_path.attr("items")()) {
-    std::vector<git_utils::LineSpan> spans;
-    for (const py::handle span : item[py::int_(1)]) spans.push_back(line_span_from(span));
-    result.emplace_back(to_bytes(item[py::int_(0)], "a path"), std::move(spans));
+    result.emplace_back(to_bytes(item[py::int_(0)], "a path"),
+                        from_list(item[py::int_(1)], line_span_from));
   }
   return result;
 }
@@ -89,10 +86,8 @@ py::object to_python(const git_utils::FileChange& change) {
 }
 
 py::object to_python(const git_utils::CommitChanges& commit) {
-  py::list files;
-  for (const git_utils::FileChange& change : commit.files) files.append(to_python(change));
   return git_utils_class("CommitChanges")(to_str(commit.commit), commit.timestamp,
-                                          py::tuple(files));
+                                          py::tuple(to_python_list(commit.files)));
 }
 
 py::object to_python(const git_utils::LineSpan& span) {
@@ -101,11 +96,7 @@ py::object to_python(const git_utils::LineSpan& span) {
 
 py::dict to_python(const git_utils::LineSpansByPath& spans_by_path) {
   py::dict result;
-  for (const auto& [path, spans] : spans_by_path) {
-    py::list list;
-    for (const git_utils::LineSpan& span : spans) list.append(to_python(span));
-    result[to_str(path)] = list;
-  }
+  for (const auto& [path, spans] : spans_by_path) result[to_str(path)] = to_python_list(spans);
   return result;
 }
 

@@ -10,6 +10,7 @@
 
 #include "lomarind/storage/repository_changes.h"
 #include "lomarind/utils/git_utils.h"
+#include "py_convert.h"
 
 namespace lomarind::python {
 
@@ -33,5 +34,11 @@ py::dict to_python(const git_utils::LineSpansByPath& spans_by_path);
 py::object to_python(const repository_changes::IndexedPath& facts);
 py::object to_python(const repository_changes::LineRange& range);
 py::object to_python(const repository_changes::SymbolOnLines& symbol);
+
+// A list of the records, each as to_python makes it.
+template <typename Record>
+py::list to_python_list(const std::vector<Record>& records) {
+  return to_list(records, [](const Record& record) { return to_python(record); });
+}
 
 }  // namespace lomarind::python

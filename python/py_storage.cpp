@@ -21,8 +21,7 @@ std::shared_ptr<IndexDb> open_index(py::handle path) {
 }
 
 py::dict indexed_paths(const IndexDb& db, py::handle paths) {
-  std::vector<std::string> path_list;
-  for (const py::handle path : paths) path_list.push_back(to_bytes(path, "a path"));
+  const std::vector<std::string> path_list = to_bytes_list(paths, "a path");
   repository_changes::IndexedPaths facts;
   {
     py::gil_scoped_release release;
@@ -38,10 +37,8 @@ py::dict indexed_paths(const IndexDb& db, py::handle paths) {
 }
 
 py::list symbols_on_lines(const IndexDb& db, py::handle ranges, py::handle kinds, int per_file) {
-  std::vector<repository_changes::LineRange> range_list;
-  for (const py::handle range : ranges) range_list.push_back(line_range_from(range));
-  std::vector<std::string> kind_names;
-  for (const py::handle kind : kinds) kind_names.push_back(to_bytes(kind, "a kind"));
+  const auto range_list = from_list(ranges, line_range_from);
+  const std::vector<std::string> kind_names = to_bytes_list(kinds, "a kind");
   const std::vector<std::string_view> kind_views(kind_names.begin(), kind_names.end());
   std::vector<repository_changes::SymbolOnLines> symbols;
   {
@@ -49,19 +46,12 @@ py::list symbols_on_lines(const IndexDb& db, py::handle ranges, py::handle kinds
     symbols =
         repository_changes::SqliteIndex().symbols_on_lines(db, range_list, kind_views, per_file);
   }
-  py::list result;
-  for (const auto& symbol : symbols) result.append(to_python(symbol));
-  return result;
+  return to_python_list(symbols);
 }
 
 void translate_index_error(std::exception_ptr failure) {
-  try {
-    if (failure) std::rethrow_exception(failure);
-  } catch (const repository_changes::IndexError& error) {
-    const py::object type =
-        py::module_::import("lomarind.storage.repository_changes").attr("IndexFileError");
-    PyErr_SetObject(type.ptr(), to_str(error.what()).ptr());
-  }
+  raise_as<repository_changes::IndexError>(failure, "lomarind.storage.repository_changes",
+                                           "IndexFileError");
 }
 
 }  // namespace

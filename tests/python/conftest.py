@@ -24,13 +24,13 @@ class Repo:
         return subprocess.run(["git", "-C", self.root, *args], env=env, check=True,
                               capture_output=True).stdout
 
-    def write(self, path, text):
-        full = os.path.join(os.fsencode(self.root), os.fsencode(path))
-        os.makedirs(os.path.dirname(full), exist_ok=True)
-        with open(full, "w") as f:
-            f.write(text)
-
-    def commit(self, message, date):
+    def commit(self, message, date, files):
+        """Writes `files` (path: text; a path may be str or bytes) and commits them."""
+        for path, text in files.items():
+            full = os.path.join(os.fsencode(self.root), os.fsencode(path))
+            os.makedirs(os.path.dirname(full), exist_ok=True)
+            with open(full, "w") as f:
+                f.write(text)
         self.git("add", "-A")
         self.git("commit", "-q", "-m", message, date=date)
 
@@ -39,15 +39,10 @@ class Repo:
 def repo(tmp_path):
     """main.py changed three times, util.py once, a test once."""
     r = Repo(str(tmp_path / "repo"))
-    r.write("app/main.py", "print(1)\n")
-    r.write("README.md", "hi\n")
-    r.commit("first", START)
-    r.write("app/main.py", "print(2)\n")
-    r.write("app/util.py", "x = 1\n")
-    r.commit("second", START + DAY)
-    r.write("app/main.py", "print(3)\n")
-    r.write("tests/test_main.py", "assert True\n")
-    r.commit("third", START + 2 * DAY)
+    r.commit("first", START, {"app/main.py": "print(1)\n", "README.md": "hi\n"})
+    r.commit("second", START + DAY, {"app/main.py": "print(2)\n", "app/util.py": "x = 1\n"})
+    r.commit("third", START + 2 * DAY,
+             {"app/main.py": "print(3)\n", "tests/test_main.py": "assert True\n"})
     return r
 
 

@@ -88,12 +88,4 @@ void expect_golden(const std::string& name, const Json& answer) {
   EXPECT_EQ(actual, expected.str()) << "golden " << path;
 }
 
-std::vector<std::string> GitHistoryTest::logged(LogLevel level) const {
-  std::vector<std::string> messages;
-  for (const LogRecord& record : sink_.records) {
-    if (record.level == level) messages.push_back(record.message());
-  }
-  return messages;
-}
-
 }  // namespace lomarind::testing

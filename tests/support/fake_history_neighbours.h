@@ -76,9 +76,6 @@ void expect_golden(const std::string& name, const Json& answer);
 
 class GitHistoryTest : public ::testing::Test {
  protected:
-  // The formatted messages logged at `level` so far.
-  std::vector<std::string> logged(LogLevel level) const;
-
   const std::filesystem::path root_ = "/repo";
   FakeGitReader git_;
   FakeChangeIndex index_;

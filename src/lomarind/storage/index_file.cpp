@@ -64,14 +64,16 @@ std::string reason_for(const SQLite::Exception& e) {
 }
 
 // The index location with its directory's symbolic links resolved, so
-// that only the file itself is subject to the no-follow rule.
+// that only the file itself is subject to the no-follow rule; directories
+// still to be created are taken as they are written.
 std::filesystem::path resolve_location(const std::filesystem::path& path) {
   const std::filesystem::path absolute = std::filesystem::absolute(path);
   if (absolute.filename().empty()) {
     throw IndexError(failure(path, "open", "not a file name; pass --index FILE"));
   }
   std::error_code error;
-  const std::filesystem::path parent = std::filesystem::canonical(absolute.parent_path(), error);
+  const std::filesystem::path parent =
+      std::filesystem::weakly_canonical(absolute.parent_path(), error);
   return error ? absolute : parent / absolute.filename();
 }
 
@@ -168,6 +170,11 @@ void create_index_file(const std::filesystem::path& location, const std::filesys
 }
 
 }  // namespace
+
+std::optional<std::string> optional_text(const SQLite::Column& column) {
+  if (column.isNull()) return std::nullopt;
+  return column.getString();
+}
 
 void throw_index_error(const std::filesystem::path& path, std::string_view doing) {
   try {

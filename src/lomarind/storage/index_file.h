@@ -3,11 +3,14 @@
 // our schema, and never modify such a file. Internal to storage/.
 #pragma once
 
+#include <SQLiteCpp/Column.h>
 #include <SQLiteCpp/Database.h>
 
 #include <filesystem>
 #include <memory>
 #include <mutex>
+#include <optional>
+#include <string>
 #include <string_view>
 
 #include "lomarind/storage/sqlite_index.h"
@@ -39,6 +42,9 @@ std::unique_ptr<IndexDb::Impl> open_index_for_queries(const std::filesystem::pat
 // a symlink, a foreign or read-only file.
 SQLite::Database open_index_for_writing(const std::filesystem::path& path,
                                         int busy_timeout_ms = kBusyTimeoutMs);
+
+// A TEXT column that may be NULL.
+std::optional<std::string> optional_text(const SQLite::Column& column);
 
 // Turns the SQLite failure being handled into an IndexError about `path`
 // (`doing` is e.g. "open" or "query"), keeping it as the nested cause.

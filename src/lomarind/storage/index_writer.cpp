@@ -16,11 +16,6 @@ void bind_optional(SQLite::Statement& statement, int index,
   }
 }
 
-std::optional<std::string> optional_text(const SQLite::Column& column) {
-  if (column.isNull()) return std::nullopt;
-  return column.getString();
-}
-
 // Rows per INSERT: one statement step per row costs more than the row.
 constexpr std::size_t kSymbolBatch = 16;
 
@@ -84,9 +79,7 @@ std::optional<std::string> IndexWriter::meta(const std::string& key) const {
   guarded([&] {
     SQLite::Statement query(db_, "SELECT value FROM meta WHERE key = ?");
     query.bind(1, key);
-    if (query.executeStep() && !query.getColumn(0).isNull()) {
-      value = query.getColumn(0).getString();
-    }
+    if (query.executeStep()) value = optional_text(query.getColumn(0));
   });
   return value;
 }

@@ -113,11 +113,6 @@ RangeInput range_input(const std::vector<LineRange>& ranges) {
   return input;
 }
 
-std::optional<std::string> optional_text(const SQLite::Column& column) {
-  if (column.isNull()) return std::nullopt;
-  return column.getString();
-}
-
 }  // namespace
 
 IndexDb::IndexDb() = default;

@@ -12,7 +12,8 @@ namespace {
 
 // Each option shuts out a repository setting that could run a program
 // (fsmonitor, signature checks, a pager, a transport fetching a missing
-// object of a partial clone) or change the output we parse.
+// object of a partial clone), make git wait on a file it names (an order
+// file or a mailmap that is a FIFO), or change the output we parse.
 // clang-format off
 constexpr const char* kSafetyOptions[] = {
     "--no-pager",
@@ -25,6 +26,8 @@ constexpr const char* kSafetyOptions[] = {
     "-c", "diff.renameLimit=1000",
     "-c", "diff.interHunkContext=0",
     "-c", "diff.indentHeuristic=true",
+    "-c", "diff.orderFile=/dev/null",
+    "-c", "log.mailmap=false",
     "-c", "protocol.allow=never",
 };
 // clang-format on

@@ -177,7 +177,8 @@ std::optional<sys_seconds> parse_date(std::string_view text) {
   Reader reader(text);
   std::optional<std::int64_t> year = reader.number(4, 9999);
   std::optional<std::int64_t> month, day;
-  if (year && reader.take('-')) month = reader.number(2, 12);
+  // Calendars start at year 1: there is no year 0000.
+  if (year && *year >= 1 && reader.take('-')) month = reader.number(2, 12);
   if (month && *month >= 1 && reader.take('-')) day = reader.number(2, 31);
   if (!day || *day < 1 || *day > last_day(*year, *month)) return std::nullopt;
   std::int64_t seconds = days_from_civil(*year, *month, *day) * kSecondsPerDay;

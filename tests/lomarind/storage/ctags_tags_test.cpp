@@ -5,22 +5,15 @@
 namespace lomarind::repository_changes {
 namespace {
 
-TEST(CtagsTagsTest, ParsesATagLine) {
-  const std::optional<CtagsTag> tag = parse_ctags_line(
-      R"j({"_type": "tag", "name": "deep", "path": "./a b/x.py", "pattern": "/^  def deep(self):$/",)j"
-      R"j( "line": 7, "kind": "member", "signature": "(self, s=\"}\")", "scope": "Foo.Inner",)j"
-      R"j( "scopeKind": "class", "file": true, "end": 8})j");
-  ASSERT_TRUE(tag);
-  EXPECT_EQ(*tag, (CtagsTag{"./a b/x.py", "deep", "member", "Foo.Inner", "class", 7, 8}));
-}
-
-TEST(CtagsTagsTest, DecodesEscapes) {
-  const std::optional<CtagsTag> tag = parse_ctags_line(
-      R"j({"_type": "tag", "name": "q\"\\\/\t\u00e9\ud83d\ude00", "path": "./a.py", "line": 1,)j"
-      R"j( "kind": "function"})j");
-  ASSERT_TRUE(tag);
-  EXPECT_EQ(tag->name, "q\"\\/\t\xc3\xa9\xf0\x9f\x98\x80");
-  EXPECT_EQ(tag->end, std::nullopt);
+TEST(CtagsTagsTest, ParsesTagLinesAndDecodesEscapes) {
+  EXPECT_EQ(parse_ctags_line(
+                R"j({"_type": "tag", "name": "deep", "path": "./a b/x.py", "pattern": "/^ }$/",)j"
+                R"j( "line": 7, "kind": "member", "signature": "(s=\"}\")", "scope": "Foo.Inner",)j"
+                R"j( "scopeKind": "class", "file": true, "end": 8})j"),
+            (CtagsTag{"./a b/x.py", "deep", "member", "Foo.Inner", "class", 7, 8}));
+  EXPECT_EQ(parse_ctags_line(R"j({"_type": "tag", "name": "q\"\\\/\t\u00e9\ud83d\ude00",)j"
+                             R"j( "path": "./a.py", "line": 1, "kind": "function"})j"),
+            (CtagsTag{"./a.py", "q\"\\/\t\xc3\xa9\xf0\x9f\x98\x80", "function", "", "", 1, {}}));
 }
 
 TEST(CtagsTagsTest, SkipsLinesWithoutATag) {
@@ -40,38 +33,26 @@ TEST(CtagsTagsTest, MapsKindsAndQualifiesNames) {
   struct Case {
     CtagsTag tag;
     std::string_view language;
-    IndexedSymbol symbol;
+    std::string symbol;  // kind, fqn and lines
   };
   const Case cases[] = {
-      {{"./a.py", "bar", "member", "Foo", "class", 3, 4},
-       "python",
-       {"bar", "method", "Foo.bar", 3, 4}},
-      {{"./a.py", "top", "function", "", "", 9, std::nullopt},
-       "python",
-       {"top", "function", "top", 9, 9}},
-      {{"./a.py", "inner", "function", "top", "function", 9, 10},
-       "python",
-       {"inner", "function", "top.inner", 9, 10}},
-      {{"./b.go", "M", "func", "main.T", "struct", 5, 5}, "go", {"M", "method", "main.T.M", 5, 5}},
-      {{"./b.go", "F", "func", "main", "package", 6, 6}, "go", {"F", "function", "main.F", 6, 6}},
-      {{"./c.cc", "g", "function", "ns::C", "class", 8, 8},
-       "cpp",
-       {"g", "method", "ns::C::g", 8, 8}},
-      {{"./c.cc", "myint", "typedef", "ns", "namespace", 9, 9},
-       "cpp",
-       {"myint", "type", "ns::myint", 9, 9}},
-      {{"./c.cc", "field", "member", "ns::C", "class", 6, 6},
-       "cpp",
-       {"field", "member", "ns::C::field", 6, 6}},
-      {{"./d.rs", "Tr", "interface", "", "", 1, 3}, "rust", {"Tr", "trait", "Tr", 1, 3}},
-      {{"./e.ts", "Alias", "alias", "", "", 2, 1}, "typescript", {"Alias", "type", "Alias", 2, 2}},
-      {{"./f.rb", "make", "singletonMethod", "Foo", "class", 2, 4},
-       "ruby",
-       {"make", "method", "Foo.make", 2, 4}},
+      {{"a.py", "top", "function", "", "", 9, {}}, "python", "function top 9-9"},
+      {{"a.py", "in", "function", "top", "function", 9, 10}, "python", "function top.in 9-10"},
+      {{"b.go", "F", "func", "main", "package", 6, 6}, "go", "function main.F 6-6"},
+      {{"c.cc", "g", "function", "ns::C", "class", 8, 8}, "cpp", "method ns::C::g 8-8"},
+      {{"c.cc", "myint", "typedef", "ns", "namespace", 9, 9}, "cpp", "type ns::myint 9-9"},
+      {{"c.cc", "field", "member", "ns::C", "class", 6, 6}, "cpp", "member ns::C::field 6-6"},
+      {{"d.rs", "Tr", "interface", "", "", 1, 3}, "rust", "trait Tr 1-3"},
+      {{"e.ts", "Alias", "alias", "", "", 2, 1}, "typescript", "type Alias 2-2"},
+      {{"f.rb", "make", "singletonMethod", "Foo", "class", 2, 4}, "ruby", "method Foo.make 2-4"},
   };
   for (const Case& c : cases) {
-    SCOPED_TRACE(c.tag.path + " " + c.tag.name);
-    EXPECT_EQ(to_symbol(c.tag, c.language), c.symbol);
+    SCOPED_TRACE(c.symbol);
+    const IndexedSymbol symbol = to_symbol(c.tag, c.language);
+    EXPECT_EQ(symbol.name, c.tag.name);
+    EXPECT_EQ(symbol.kind + " " + symbol.fqn + " " + std::to_string(symbol.start_line) + "-" +
+                  std::to_string(symbol.end_line),
+              c.symbol);
   }
 }
 

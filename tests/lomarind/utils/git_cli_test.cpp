@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <stdlib.h>
+#include <sys/stat.h>
 
 #include <fstream>
 #include <string>
@@ -201,6 +202,11 @@ TEST_F(GitCliBranchTest, HostileRepositoryConfigRunsNothingAndChangesNothing) {
   repo_.git({"log", "-p", "-1", "feature"});  // the traps are armed for plain git
   ASSERT_TRUE(something_ran());
   std::filesystem::remove(scratch_.path() / "ran");
+  // Files that plain git would wait on forever: nothing ever writes the FIFO.
+  const std::string fifo = (scratch_.path() / "fifo").string();
+  ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+  std::ofstream(repo_.root() / ".git" / "config", std::ios::app)
+      << "[diff]\n orderFile = " << fifo << "\n[mailmap]\n file = " << fifo << "\n";
 
   EXPECT_EQ(ask_everything(git_), expected);
   EXPECT_FALSE(something_ran());

@@ -45,6 +45,7 @@ TEST_F(BranchDiffAnswerTest, FiltersPagesAndReadsSymbolsForThePageOnly) {
                           "src/new.py, src/b.py])",
                           "symbols_on_lines([src/app.py:10-12, src/new.py:1-2000000000], "
                           "per_file=10)"));
+  EXPECT_THAT(index_.kinds, ::testing::ElementsAreArray(retrieval::RETRIEVABLE_KINDS));
 }
 
 TEST_F(BranchDiffAnswerTest, EmptyPagesReadNothingMore) {

@@ -44,12 +44,5 @@ TEST(ByLinesChangedTest, MostLinesFirstThenCodePointPathOrderStably) {
                                  "\xc3\xa9.py modified", "\x80.py modified", "zero.py modified"));
 }
 
-TEST(ChangeRowTest, OldPathOnlyWhenPresent) {
-  EXPECT_EQ(change_row(change("a.py", "modified", 1, 2)).dump(),
-            R"({"path":"a.py","status":"modified","additions":1,"deletions":2})");
-  EXPECT_EQ(change_row(change("b.py", "renamed", 0, 0, "")).dump(),
-            R"({"path":"b.py","status":"renamed","old_path":"","additions":0,"deletions":0})");
-}
-
 }  // namespace
 }  // namespace lomarind::git_history

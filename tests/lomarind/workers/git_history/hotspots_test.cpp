@@ -18,26 +18,20 @@ class HotspotsTest : public testing::GitHistoryTest {
     git_.periods["2 weeks"] = std::chrono::sys_seconds(std::chrono::seconds(1000));
     git_.commits = {{"HEAD", "c9"}};
     git_.display_branch = "main";
+    // clang-format off
     git_.log = {
-        {"c3",
-         1300,
-         {change("a.py", "modified", 1, 1), change("gone.py", "deleted", 0, 5),
-          change("tests/test_x.py", "modified", 2, 0)}},
-        {"c2",
-         1200,
-         {change("a.py", "modified", 3, 0), change("b.py", "modified", 10, 0),
-          change("README.md", "modified", 1, 0)}},
-        {"c1",
-         1100,
-         {change("a.py", "modified", 1, 0), change("b.py", "added", 5, 0),
-          change("c.py", "modified", 1, 0), change("gone.py", "modified", 1, 0),
-          change("d.py", "modified", 0, 0)}},
+        {"c3", 1300, {change("a.py", "modified", 1, 1), change("gone.py", "deleted", 0, 5),
+                      change("tests/test_x.py", "modified", 2, 0)}},
+        {"c2", 1200, {change("a.py", "modified", 3, 0), change("b.py", "modified", 10, 0),
+                      change("README.md", "modified", 1, 0)}},
+        {"c1", 1100, {change("a.py", "modified", 1, 0), change("b.py", "added", 5, 0),
+                      change("c.py", "modified", 1, 0), change("gone.py", "modified", 1, 0),
+                      change("d.py", "modified", 0, 0)}},
     };
-    index_.facts = {{"a.py", {"python", "app"}},
-                    {"b.py", {"python", std::nullopt}},
-                    {"c.py", {"python", "lib"}},
-                    {"README.md", {"markdown", "docs"}},
+    index_.facts = {{"a.py", {"python", "app"}}, {"b.py", {"python", std::nullopt}},
+                    {"c.py", {"python", "lib"}}, {"README.md", {"markdown", "docs"}},
                     {"tests/test_x.py", {"python", ""}}};
+    // clang-format on
   }
 
   Json ask(std::string group_by, std::int64_t limit, std::int64_t offset, bool source_only) {
@@ -107,7 +101,8 @@ TEST_F(HotspotsTest, FileHotspotsAreTheFirstSourcePageOrNothingWithoutAHistory) 
   git_.commits = {{"HEAD", "c9"}};
   git_.fail_on = "log_commit_changes";
   EXPECT_TRUE(testing::history_error_of([&] { ask_short(5); }).cause_is_git_error());
-  EXPECT_EQ(logged(LogLevel::kInfo).size(), 1u);
+  EXPECT_EQ(sink_.records.size(), 2u);  // and the warning
+  EXPECT_EQ(sink_.records[1].level, LogLevel::kWarning);
 }
 
 }  // namespace

@@ -2,6 +2,9 @@
 // reader, an empty index and the library's own filters and hint.
 #include <gtest/gtest.h>
 
+#include <map>
+
+#include "lomarind/storage/indexer.h"
 #include "lomarind/storage/sqlite_index.h"
 #include "lomarind/utils/git_cli.h"
 #include "lomarind/workers/git_history/default_neighbours.h"
@@ -40,6 +43,68 @@ TEST(HistoryOnARealRepositoryTest, FollowsRenamesThroughTheGitProgram) {
             R"([{"path":"src/b.py","status":"renamed","old_path":"src/a.py","additions":1,)"
             R"("deletions":1,"commits":2,"last_changed":"2024-05-01T14:00:00+00:00",)"
             R"("symbols":[]}])");
+}
+
+std::string functions(int first, int count, const std::string& body) {
+  std::string text;
+  for (int i = first; i < first + count; ++i) {
+    text += "def f" + std::to_string(i) + "():\n    return " + body + "\n";
+  }
+  return text;
+}
+
+std::string symbol_names(const Json& row) {
+  std::string names;
+  for (const Json& symbol : row.at("symbols")) {
+    names += symbol.at("name").get<std::string>() + ":" +
+             std::to_string(symbol.at("line").get<int>()) + "-" +
+             std::to_string(symbol.at("end_line").get<int>()) + " ";
+  }
+  return names;
+}
+
+// Symbols from a real index on the lines git says each file changed: an
+// edit only touches the function it is in, a renamed file is diffed under
+// both names, and an added file lists its first ten symbols.
+TEST(HistoryOnARealRepositoryTest, BranchSymbolsLieOnTheChangedLines) {
+  testing::TempGitRepo repo;
+  repo.write("lib.py", functions(0, 4, "0"));
+  repo.write("old.py", functions(10, 3, "0"));
+  repo.commit("start", 1714564800);
+  repo.git({"checkout", "-q", "-b", "feature"});
+  std::string lib = functions(0, 4, "0");
+  lib.replace(lib.find("return 0", 20), 8, "return 1");  // inside f1
+  repo.write("lib.py", lib);
+  repo.git({"mv", "old.py", "new.py"});
+  std::string moved = functions(10, 3, "0");
+  moved.replace(moved.rfind("return 0"), 8, "return 2");  // inside f12
+  repo.write("new.py", moved);
+  repo.write("big.py", functions(20, 12, "0"));
+  repo.commit("feature", 1714568400);
+
+  const testing::TempDir dir;
+  indexer::build_index({.repo_root = repo.root(), .index_path = dir.path() / "index.db"});
+  const testing::IsolatedGit isolated;
+  const git_utils::GitCli git(isolated.runner(), [] { return std::chrono::sys_seconds{}; });
+  const repository_changes::SqliteIndex index;
+  const DefaultSourceFilters filters;
+  const DefaultPaginationHint hint;
+  const NullLogSink sink;
+  const Logger logger(std::string(kLoggerName), sink);
+  const GitHistory history(Neighbours{git, index, filters, hint, logger});
+  const repository_changes::IndexDb db =
+      repository_changes::IndexDb::open_for_queries(dir.path() / "index.db");
+
+  const Json diff =
+      history.branch_diff({db}, repo.root(), {"main", std::nullopt, true, 10, 0, false});
+  std::map<std::string, std::string> found;
+  for (const Json& row : diff.at("files"))
+    found[row.at("path").get<std::string>()] = symbol_names(row);
+  EXPECT_EQ(found.at("lib.py"), "f1:3-4 ");
+  EXPECT_EQ(found.at("new.py"), "f12:5-6 ");
+  EXPECT_EQ(found.at("big.py"),
+            "f20:1-2 f21:3-4 f22:5-6 f23:7-8 f24:9-10 f25:11-12 f26:13-14 f27:15-16 f28:17-18 "
+            "f29:19-20 ");
 }
 
 }  // namespace

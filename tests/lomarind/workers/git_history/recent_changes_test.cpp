@@ -18,19 +18,15 @@ class RecentChangesTest : public testing::GitHistoryTest {
     git_.commits = {{"HEAD", "c9"}, {"origin/feature", "c8"}};
     git_.display_branch = "main";
     git_.before = "c0";
+    // clang-format off
     git_.log = {
-        {"c3",
-         1300,
-         {change("src/b.py", "renamed", 1, 0, "src/a.py"),
-          change("tests/test_b.py", "modified", 1, 0)}},
-        {"c2",
-         1300,
-         {change("src/c.py", "modified", 2, 0), change("src/gone.py", "deleted", 0, 9)}},
-        {"c1",
-         1100,
-         {change("src/a.py", "modified", 1, 1), change("src/c.py", "modified", 1, 0),
-          change("src/d.py", "added", 3, 0)}},
+        {"c3", 1300, {change("src/b.py", "renamed", 1, 0, "src/a.py"),
+                      change("tests/test_b.py", "modified", 1, 0)}},
+        {"c2", 1300, {change("src/c.py", "modified", 2, 0), change("src/gone.py", "deleted", 0, 9)}},
+        {"c1", 1100, {change("src/a.py", "modified", 1, 1), change("src/c.py", "modified", 1, 0),
+                      change("src/d.py", "added", 3, 0)}},
     };
+    // clang-format on
     git_.line_spans = {{"src/b.py", {{1, 1, false}}}};
     index_.symbols = {{"src/b.py", "B", "class", "b.B", 1, 30}};
   }
@@ -82,7 +78,7 @@ TEST_F(RecentChangesTest, GitFailuresAreTranslatedWhereverTheyHappen) {
     EXPECT_STREQ(error.what(), "git failed: fatal: bad object");
     EXPECT_TRUE(error.cause_is_git_error());
   }
-  EXPECT_EQ(logged(LogLevel::kWarning).size(), 3u);
+  EXPECT_EQ(sink_.records.size(), 3u);
   EXPECT_STREQ(testing::history_error_of([&] { ask(false, 5, 0, false, "nope"); }).what(),
                "Branch 'nope' not found; leave branch empty to use the current branch");
 }
