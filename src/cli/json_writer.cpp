@@ -4,7 +4,7 @@
 
 #include <cmath>
 
-#include "cli/utf8.h"
+#include "lomarind/utils/utf8.h"
 
 namespace lomarind::cli {
 
@@ -51,7 +51,7 @@ void append_string(std::string& out, std::string_view text) {
     if (byte < 0x80) {
       append_escaped_ascii(out, byte);
       ++pos;
-    } else if (const auto cp = decode_utf8(text, pos)) {
+    } else if (const auto cp = utf8::decode_utf8(text, pos)) {
       out.append(text.substr(pos, cp->length));
       pos += cp->length;
     } else {

@@ -6,6 +6,8 @@
 #include <initializer_list>
 #include <system_error>
 
+#include "lomarind/utils/utf8.h"
+
 namespace lomarind::repository_changes {
 namespace {
 
@@ -101,23 +103,6 @@ std::vector<std::string> work_tree_changes(const git_utils::GitRunner& git,
   return split_nul(git.run_checked(repo_root, *args));
 }
 
-bool is_utf8(std::string_view text) {
-  for (std::size_t i = 0; i < text.size();) {
-    const auto byte = static_cast<unsigned char>(text[i]);
-    std::size_t length = byte < 0x80           ? 1
-                         : (byte >> 5) == 0x6  ? 2
-                         : (byte >> 4) == 0xE  ? 3
-                         : (byte >> 3) == 0x1E ? 4
-                                               : 0;
-    if (length == 0 || i + length > text.size()) return false;
-    for (std::size_t k = 1; k < length; ++k) {
-      if ((static_cast<unsigned char>(text[i + k]) & 0xC0) != 0x80) return false;
-    }
-    i += length;
-  }
-  return true;
-}
-
 ReadableFiles::ReadableFiles(const std::filesystem::path& repo_root) : root_(repo_root) {
   std::error_code error;
   real_root_ = std::filesystem::canonical(repo_root, error).string();
@@ -126,7 +111,7 @@ ReadableFiles::ReadableFiles(const std::filesystem::path& repo_root) : root_(rep
 bool ReadableFiles::readable(const std::string& path) {
   // ctags takes one name per line and trims the line's trailing blanks.
   if (path.empty() || path.find_first_of("\n\r") != std::string::npos || path.back() == ' ' ||
-      path.back() == '\t' || !is_utf8(path)) {
+      path.back() == '\t' || !utf8::is_utf8(path)) {
     return false;
   }
   struct stat st;

@@ -51,7 +51,4 @@ class ReadableFiles {
   std::unordered_map<std::string, bool> directories_;  // relative directory -> inside the root
 };
 
-// Whether `text` is valid UTF-8.
-bool is_utf8(std::string_view text);
-
 }  // namespace lomarind::repository_changes

@@ -11,6 +11,13 @@
 
 namespace lomarind::quoting {
 
+// Whether a character prints: not a control, format, surrogate, private-use
+// or unassigned character, nor a separator other than the ASCII space.
+bool is_printable(char32_t cp);
+// Appends \t, \n or \r for those three, else \xhh below 0x100, \uhhhh below
+// 0x10000 and \Uhhhhhhhh above, with lower-case digits.
+void append_escaped(std::string& out, char32_t cp);
+
 std::string quoted_name(std::string_view text);
 std::string quoted_name(const std::optional<std::string>& text);
 inline std::string quoted_name(const std::string& text) { return quoted_name(std::string_view(text)); }

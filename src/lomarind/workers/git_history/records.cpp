@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "lomarind/utils/utf8.h"
+
 namespace lomarind::git_history {
 
 bool GitHistoryError::cause_is_git_error() const {
@@ -24,33 +26,14 @@ std::optional<std::string> BranchChanges::note() const {
 namespace detail {
 namespace {
 
-// The code point at `pos` and its length in bytes. Strict UTF-8 (no
-// overlong form, no surrogate, nothing past U+10FFFF); a byte that starts
-// no such sequence is one code point of its own, 0xDC00 + the byte.
+// The code point at `pos` and its length in bytes; a byte that starts no
+// well-formed sequence is one code point of its own, 0xDC00 + the byte, as a
+// host decoding names with surrogate escapes sees it.
 std::pair<char32_t, std::size_t> code_point_at(std::string_view s, std::size_t pos) {
-  const auto lead = static_cast<unsigned char>(s[pos]);
-  const std::pair<char32_t, std::size_t> escaped{0xDC00 + lead, 1};
-  if (lead < 0x80) return {lead, 1};
-  std::size_t length = 0;
-  char32_t min = 0;
-  if (lead >= 0xC2 && lead <= 0xDF) {
-    length = 2, min = 0x80;
-  } else if (lead >= 0xE0 && lead <= 0xEF) {
-    length = 3, min = 0x800;
-  } else if (lead >= 0xF0 && lead <= 0xF4) {
-    length = 4, min = 0x10000;
-  } else {
-    return escaped;
+  if (const std::optional<utf8::CodePoint> cp = utf8::decode_utf8(s, pos)) {
+    return {cp->value, cp->length};
   }
-  if (s.size() - pos < length) return escaped;
-  char32_t cp = lead & (0x7F >> length);
-  for (std::size_t i = 1; i < length; ++i) {
-    const auto next = static_cast<unsigned char>(s[pos + i]);
-    if ((next & 0xC0) != 0x80) return escaped;
-    cp = (cp << 6) | (next & 0x3F);
-  }
-  if (cp < min || cp > 0x10FFFF || (cp >= 0xD800 && cp <= 0xDFFF)) return escaped;
-  return {cp, length};
+  return {0xDC00 + static_cast<unsigned char>(s[pos]), 1};
 }
 
 }  // namespace

@@ -1,6 +1,6 @@
-#include "cli/utf8.h"
+#include "lomarind/utils/utf8.h"
 
-namespace lomarind::cli {
+namespace lomarind::utf8 {
 
 namespace {
 
@@ -59,4 +59,13 @@ std::optional<CodePoint> decode_utf8(std::string_view text, std::size_t pos) {
   return CodePoint{value, length};
 }
 
-}  // namespace lomarind::cli
+bool is_utf8(std::string_view text) {
+  for (std::size_t pos = 0; pos < text.size();) {
+    const std::optional<CodePoint> cp = decode_utf8(text, pos);
+    if (!cp) return false;
+    pos += cp->length;
+  }
+  return true;
+}
+
+}  // namespace lomarind::utf8

@@ -6,7 +6,7 @@
 #include <optional>
 #include <string_view>
 
-namespace lomarind::cli {
+namespace lomarind::utf8 {
 
 struct CodePoint {
   char32_t value = 0;
@@ -19,4 +19,7 @@ struct CodePoint {
 // REQUIRES: pos < text.size().
 std::optional<CodePoint> decode_utf8(std::string_view text, std::size_t pos);
 
-}  // namespace lomarind::cli
+// Whether every byte of `text` belongs to a well-formed UTF-8 sequence.
+bool is_utf8(std::string_view text);
+
+}  // namespace lomarind::utf8
