@@ -1,9 +1,9 @@
 #include "lomarind/utils/quoting.h"
 
+#include <utf8proc.h>
+
 #include <cstdint>
 #include <cstdio>
-
-#include <utf8proc.h>
 
 #include "lomarind/utils/utf8.h"
 

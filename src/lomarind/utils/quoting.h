@@ -20,7 +20,9 @@ void append_escaped(std::string& out, char32_t cp);
 
 std::string quoted_name(std::string_view text);
 std::string quoted_name(const std::optional<std::string>& text);
-inline std::string quoted_name(const std::string& text) { return quoted_name(std::string_view(text)); }
+inline std::string quoted_name(const std::string& text) {
+  return quoted_name(std::string_view(text));
+}
 inline std::string quoted_name(const char* text) { return quoted_name(std::string_view(text)); }
 
 }  // namespace lomarind::quoting
