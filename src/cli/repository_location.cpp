@@ -1,7 +1,5 @@
 #include "cli/repository_location.h"
 
-#include <algorithm>
-#include <optional>
 #include <stdexcept>
 #include <system_error>
 #include <vector>
@@ -43,28 +41,16 @@ std::string rev_parse(const git_utils::GitRunner& git, const std::string& repo,
   return result.out;
 }
 
-// The work tree's top level and, unless a path holds a newline, the git
-// common dir: one git command answers both.
-struct GitPaths {
-  fs::path top_level;
-  std::optional<fs::path> common_dir;
-};
-
-GitPaths git_paths(const git_utils::GitRunner& git, const std::string& repo) {
+// The work tree's top level of `repo`, any folder inside it.
+fs::path top_level(const git_utils::GitRunner& git, const std::string& repo) {
   std::error_code error;
   if (!fs::is_directory(repo, error)) {
     throw std::runtime_error("cannot use --repo " + quoted_text(repo) +
                              ": no such folder; pass a folder inside a git work tree");
   }
-  const std::string both =
-      rev_parse(git, repo, {"--path-format=absolute", "--show-toplevel", "--git-common-dir"});
-  // Two newlines in all: one ending each path, none inside either.
-  if (std::count(both.begin(), both.end(), '\n') == 2 && both.back() == '\n') {
-    const std::size_t split = both.find('\n');
-    return {both.substr(0, split), printed_path(both.substr(split + 1))};
-  }
-  return {printed_path(rev_parse(git, repo, {"--show-toplevel"})), std::nullopt};
+  return printed_path(rev_parse(git, repo, {"--show-toplevel"}));
 }
+
 }  // namespace
 
 RepositoryLocation locate_repository(const git_utils::GitRunner& git,
@@ -73,16 +59,11 @@ RepositoryLocation locate_repository(const git_utils::GitRunner& git,
     throw std::runtime_error("--index is empty; pass the index file's name");
   }
   RepositoryLocation location;
-  GitPaths paths = git_paths(git, options.repo);
-  location.root = std::move(paths.top_level);
+  location.root = top_level(git, options.repo);
   location.index_given = options.index.has_value();
-  if (options.index) {
-    location.index_file = fs::absolute(*options.index);
-  } else if (paths.common_dir) {
-    location.index_file = indexer::default_index_path_in(*paths.common_dir);
-  } else {
-    location.index_file = indexer::default_index_path(location.root);
-  }
+  location.index_file = options.index
+                            ? fs::absolute(*options.index)
+                            : indexer::default_index_path_in(git_utils::git_common_dir(git, location.root));
   return location;
 }
 

@@ -157,12 +157,7 @@ IndexSummary build_index(const IndexerOptions& options) {
 }
 
 std::filesystem::path default_index_path(const std::filesystem::path& repo_root) {
-  std::string common_dir =
-      git_utils::GitRunner().run_checked(repo_root, {"rev-parse", "--git-common-dir"});
-  while (!common_dir.empty() && (common_dir.back() == '\n' || common_dir.back() == '\r')) {
-    common_dir.pop_back();
-  }
-  return default_index_path_in(repo_root / common_dir);
+  return default_index_path_in(git_utils::git_common_dir(git_utils::GitRunner(), repo_root));
 }
 
 std::filesystem::path default_index_path_in(const std::filesystem::path& common_dir) {

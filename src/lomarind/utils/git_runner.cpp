@@ -121,4 +121,12 @@ GitError GitRunner::failure(const std::filesystem::path& repo_root,
                   command_line(repo_root, args), result.exit_status);
 }
 
+std::filesystem::path git_common_dir(const GitRunner& git, const std::filesystem::path& repo_root) {
+  std::string out =
+      git.run_checked(repo_root, {"rev-parse", "--path-format=absolute", "--git-common-dir"});
+  // One newline ends the path; blanks before it belong to the name.
+  if (!out.empty() && out.back() == '\n') out.pop_back();
+  return out;
+}
+
 }  // namespace lomarind::git_utils

@@ -62,4 +62,9 @@ class GitRunner {
   std::optional<std::vector<std::string>> environment_;
 };
 
+// The repository's git common dir, absolute: the folder that every worktree
+// of the repository shares (.git of the main work tree). Throws GitError
+// when `repo_root` lies in no repository.
+std::filesystem::path git_common_dir(const GitRunner& git, const std::filesystem::path& repo_root);
+
 }  // namespace lomarind::git_utils

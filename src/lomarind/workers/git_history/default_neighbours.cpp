@@ -1,5 +1,6 @@
 #include "lomarind/workers/git_history/default_neighbours.h"
 
+#include <string>
 #include <utility>
 
 #include "lomarind/utils/language_filter.h"
@@ -27,5 +28,10 @@ bool DefaultSourceFilters::should_skip_path(std::string_view directory) const {
 Json DefaultPaginationHint::add_pagination_hint(Json result, std::int64_t count) const {
   return pagination::add_pagination_hint(std::move(result), count);
 }
+
+ProductionHistory::ProductionHistory(ProductionOptions options, const LogSink& sink)
+    : git_(std::move(options.runner), std::move(options.now)),
+      logger_(std::string(kLoggerName), sink),
+      history_(Neighbours{git_, index_, filters_, pagination_, logger_}) {}
 
 }  // namespace lomarind::git_history

@@ -1,11 +1,17 @@
-// The production neighbours of the history answers: the library's own
-// language and path filters and its pagination hint.
+// The production neighbours of the history answers: the git program, the
+// index file's queries, the library's own language and path filters and its
+// pagination hint. ProductionHistory is the one place that wires them; the
+// program, the Python extension and the end-to-end tests all build it.
 #pragma once
 
 #include <cstdint>
 #include <string_view>
 
+#include "lomarind/storage/sqlite_index.h"
+#include "lomarind/utils/git_cli.h"
+#include "lomarind/utils/git_runner.h"
 #include "lomarind/utils/json.h"
+#include "lomarind/utils/logging.h"
 #include "lomarind/workers/git_history/git_history.h"
 
 namespace lomarind::git_history {
@@ -21,6 +27,31 @@ class DefaultSourceFilters final : public SourceFilters {
 class DefaultPaginationHint final : public PaginationHint {
  public:
   Json add_pagination_hint(Json result, std::int64_t count) const override;
+};
+
+struct ProductionOptions {
+  git_utils::Clock now;  // periods count back from it
+  git_utils::GitRunner runner = git_utils::GitRunner();
+};
+
+// The answers over the production neighbours. `sink` must outlive it.
+// Holds references to its own members: neither copied nor moved.
+class ProductionHistory {
+ public:
+  ProductionHistory(ProductionOptions options, const LogSink& sink);
+  ProductionHistory(const ProductionHistory&) = delete;
+  ProductionHistory& operator=(const ProductionHistory&) = delete;
+
+  const GitHistory& history() const { return history_; }
+  const git_utils::GitReader& git() const { return git_; }
+
+ private:
+  git_utils::GitCli git_;
+  repository_changes::SqliteIndex index_;
+  DefaultSourceFilters filters_;
+  DefaultPaginationHint pagination_;
+  Logger logger_;
+  GitHistory history_;
 };
 
 }  // namespace lomarind::git_history

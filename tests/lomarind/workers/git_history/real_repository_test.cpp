@@ -5,8 +5,6 @@
 #include <map>
 
 #include "lomarind/storage/indexer.h"
-#include "lomarind/storage/sqlite_index.h"
-#include "lomarind/utils/git_cli.h"
 #include "lomarind/workers/git_history/default_neighbours.h"
 #include "lomarind/workers/git_history/git_history.h"
 #include "support/isolated_git.h"
@@ -26,14 +24,12 @@ TEST(HistoryOnARealRepositoryTest, FollowsRenamesThroughTheGitProgram) {
   repo.commit("rename", 1714572000);
 
   const testing::IsolatedGit isolated;
-  const git_utils::GitCli git(
-      isolated.runner(), [] { return std::chrono::sys_seconds(std::chrono::seconds(1714600000)); });
-  const repository_changes::SqliteIndex index;
-  const DefaultSourceFilters filters;
-  const DefaultPaginationHint hint;
   const NullLogSink sink;
-  const Logger logger(std::string(kLoggerName), sink);
-  const GitHistory history(Neighbours{git, index, filters, hint, logger});
+  const ProductionHistory production(
+      {.now = [] { return std::chrono::sys_seconds(std::chrono::seconds(1714600000)); },
+       .runner = isolated.runner()},
+      sink);
+  const GitHistory& history = production.history();
   const repository_changes::IndexDb db;
   const repository_changes::Repository repository{db};
 
@@ -85,13 +81,10 @@ TEST(HistoryOnARealRepositoryTest, BranchSymbolsLieOnTheChangedLines) {
   const testing::TempDir dir;
   indexer::build_index({.repo_root = repo.root(), .index_path = dir.path() / "index.db"});
   const testing::IsolatedGit isolated;
-  const git_utils::GitCli git(isolated.runner(), [] { return std::chrono::sys_seconds{}; });
-  const repository_changes::SqliteIndex index;
-  const DefaultSourceFilters filters;
-  const DefaultPaginationHint hint;
   const NullLogSink sink;
-  const Logger logger(std::string(kLoggerName), sink);
-  const GitHistory history(Neighbours{git, index, filters, hint, logger});
+  const ProductionHistory production(
+      {.now = [] { return std::chrono::sys_seconds{}; }, .runner = isolated.runner()}, sink);
+  const GitHistory& history = production.history();
   const repository_changes::IndexDb db =
       repository_changes::IndexDb::open_for_queries(dir.path() / "index.db");
 
