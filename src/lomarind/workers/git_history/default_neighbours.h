@@ -43,7 +43,9 @@ class ProductionHistory {
   ProductionHistory& operator=(const ProductionHistory&) = delete;
 
   const GitHistory& history() const { return history_; }
-  const git_utils::GitReader& git() const { return git_; }
+  // The neighbours themselves, for a caller that wraps one of them (a
+  // reader that serves several answers from one log, say).
+  Neighbours neighbours() const { return {git_, index_, filters_, pagination_, logger_}; }
 
  private:
   git_utils::GitCli git_;
