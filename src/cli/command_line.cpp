@@ -45,16 +45,20 @@ struct Parser {
   HotspotsArgs hotspots;
   DiffArgs diff;
   IndexArgs index;
+  ReportArgs report;
   OptionalString index_file, recent_branch, hotspots_branch, diff_base, diff_head;
+  OptionalString report_branch, report_output;
   CLI::App* recent_command = nullptr;
   CLI::App* hotspots_command = nullptr;
   CLI::App* diff_command = nullptr;
+  CLI::App* report_command = nullptr;
 
   Parser();
   void add_recent();
   void add_hotspots();
   void add_diff();
   void add_index();
+  void add_report();
   CommandLine result() const;
 };
 
@@ -70,6 +74,7 @@ Parser::Parser() {
   add_hotspots();
   add_diff();
   add_index();
+  add_report();
 }
 
 void Parser::add_recent() {
@@ -109,6 +114,22 @@ void Parser::add_index() {
   command->add_flag("--full", index.full, "Rebuild from scratch instead of updating");
 }
 
+void Parser::add_report() {
+  report_command = app.add_subcommand(
+      "report", "The period's hotspots and recent changes as a page, or as wiki tables");
+  report_command->add_option("--since", report.since, "The period, e.g. '3 months' or 2024-05-01")
+      ->required();
+  report_branch.add(*report_command, "--branch", "Whose history to read (default: checked out)");
+  report_command->add_flag(
+      "--source-only", report.source_only,
+      "Keep production source only: no tests, documents, data or build output");
+  report_output.add(*report_command, "--output",
+                    "The file to write (default: lomarind-report.html, or .md)");
+  report_command->add_option("--format", report.format, "html or markdown")
+      ->check(CLI::IsMember({"html", "markdown"}))
+      ->capture_default_str();
+}
+
 CommandLine Parser::result() const {
   CommandLine line{global, index};
   line.global.index = index_file.value();
@@ -125,13 +146,19 @@ CommandLine Parser::result() const {
     args.base = diff_base.value();
     args.head = diff_head.value();
     line.command = args;
+  } else if (report_command->parsed()) {
+    ReportArgs args = report;
+    args.branch = report_branch.value();
+    args.output = report_output.value();
+    line.command = args;
   }
   return line;
 }
 
 bool takes_value(std::string_view name) {
-  for (std::string_view option : {"--repo", "--index", "--since", "--branch", "--group-by",
-                                  "--base", "--head", "--limit", "--offset"}) {
+  for (std::string_view option :
+       {"--repo", "--index", "--since", "--branch", "--group-by", "--base", "--head", "--limit",
+        "--offset", "--output", "--format"}) {
     if (name == option) return true;
   }
   return false;
@@ -158,7 +185,7 @@ std::string usage_message(const CLI::App& app, const CLI::ParseError& error) {
   const std::vector<std::string> left = app.remaining();
   if (app.get_subcommands().empty() && !left.empty() && !left.front().starts_with("-")) {
     return "unknown command " + quoted_text(left.front()) +
-           "; the commands are recent, hotspots, diff and index";
+           "; the commands are recent, hotspots, diff, report and index";
   }
   return terminal_message(error.what());
 }

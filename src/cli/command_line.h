@@ -53,13 +53,24 @@ struct DiffArgs {
   bool json = false;
 };
 
+// The period's hotspots and recent changes as one page (html) or as wiki
+// tables (markdown), written to `output` (default: lomarind-report.html or
+// .md in the current folder).
+struct ReportArgs {
+  std::string since;
+  std::optional<std::string> branch;
+  bool source_only = false;
+  std::optional<std::string> output;
+  std::string format = "html";
+};
+
 struct IndexArgs {
   bool full = false;
 };
 
 struct CommandLine {
   GlobalOptions global;
-  std::variant<RecentArgs, HotspotsArgs, DiffArgs, IndexArgs> command;
+  std::variant<RecentArgs, HotspotsArgs, DiffArgs, IndexArgs, ReportArgs> command;
 };
 
 // The outcome of reading the arguments: a command to run, or an exit code

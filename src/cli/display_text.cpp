@@ -10,14 +10,20 @@ namespace lomarind::cli {
 
 namespace {
 
-std::string escape(std::string_view text, bool keep_line_breaks) {
+// How a byte that is not UTF-8 is shown: \xhh on a terminal, and on a page
+// as the JSON answer shows it, \udcXX, so that a name reads the same in both.
+enum class BadByte { kHex, kSurrogate };
+
+std::string escape(std::string_view text, bool keep_line_breaks, BadByte bad_byte) {
   std::string out;
   out.reserve(text.size());
   std::size_t pos = 0;
   while (pos < text.size()) {
     const auto cp = utf8::decode_utf8(text, pos);
     if (!cp) {
-      out += fmt::format("\\x{:02x}", static_cast<unsigned char>(text[pos]));
+      const auto byte = static_cast<unsigned char>(text[pos]);
+      out += bad_byte == BadByte::kHex ? fmt::format("\\x{:02x}", byte)
+                                       : fmt::format("\\udc{:02x}", byte);
       ++pos;
       continue;
     }
@@ -34,9 +40,11 @@ std::string escape(std::string_view text, bool keep_line_breaks) {
 
 }  // namespace
 
-std::string terminal_text(std::string_view text) { return escape(text, false); }
+std::string terminal_text(std::string_view text) { return escape(text, false, BadByte::kHex); }
 
-std::string terminal_message(std::string_view text) { return escape(text, true); }
+std::string terminal_message(std::string_view text) { return escape(text, true, BadByte::kHex); }
+
+std::string page_text(std::string_view text) { return escape(text, false, BadByte::kSurrogate); }
 
 std::size_t display_width(std::string_view text) {
   std::size_t width = 0;

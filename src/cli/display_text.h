@@ -19,6 +19,10 @@ std::string terminal_text(std::string_view text);
 // such as git's own error text.
 std::string terminal_message(std::string_view text);
 
+// As terminal_text, but a byte that is not valid UTF-8 is written \udcXX,
+// as the JSON answers write it: for names on a report page.
+std::string page_text(std::string_view text);
+
 // The number of terminal columns `text` takes (wide characters count two,
 // combining marks none). REQUIRES: `text` came from terminal_text.
 std::size_t display_width(std::string_view text);

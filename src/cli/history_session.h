@@ -22,6 +22,8 @@ class HistorySession {
   HistorySession& operator=(const HistorySession&) = delete;
 
   HistoryQuery query() const { return {production_.history(), repository_, root_}; }
+  // For a caller that wraps one of the production neighbours.
+  const git_history::ProductionHistory& production() const { return production_; }
 
  private:
   std::filesystem::path root_;

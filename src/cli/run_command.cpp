@@ -5,6 +5,7 @@
 
 #include "cli/display_text.h"
 #include "cli/history_session.h"
+#include "cli/report.h"
 #include "cli/repository_location.h"
 #include "lomarind/utils/git_runner.h"
 #include "lomarind/workers/git_history/records.h"
@@ -21,6 +22,15 @@ int run_history(const CommandLine& line, const Args& args, const Terminal& termi
   HistorySession session(location.root, open_query_index(location, terminal.err),
                          terminal.render.now, sink);
   return command(session.query(), args, terminal);
+}
+
+int run_report_command(const CommandLine& line, const ReportArgs& args, const Terminal& terminal,
+                       const LogSink& sink) {
+  const RepositoryLocation location = locate_repository(git_utils::GitRunner(), line.global);
+  repository_changes::IndexDb db = open_query_index(location, terminal.err);
+  const bool index_used = !db.empty();
+  HistorySession session(location.root, std::move(db), terminal.render.now, sink);
+  return run_report(session, args, index_used, terminal);
 }
 
 // The text of the failure `failure` and of each cause it was raised from,
@@ -49,6 +59,8 @@ int run_command(const CommandLine& line, const Terminal& terminal, const LogSink
           return run_history(line, args, terminal, sink, run_hotspots);
         } else if constexpr (std::is_same_v<Args, DiffArgs>) {
           return run_history(line, args, terminal, sink, run_diff);
+        } else if constexpr (std::is_same_v<Args, ReportArgs>) {
+          return run_report_command(line, args, terminal, sink);
         } else {
           const RepositoryLocation location =
               locate_repository(git_utils::GitRunner(), line.global);

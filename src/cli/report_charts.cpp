@@ -1,0 +1,195 @@
+#include "cli/report_charts.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <cmath>
+#include <map>
+#include <vector>
+
+#include "cli/display_text.h"
+#include "cli/markup_text.h"
+#include "cli/treemap.h"
+
+namespace lomarind::cli {
+
+namespace {
+
+constexpr double kMapWidth = 1200;
+constexpr double kMapHeight = 680;
+constexpr double kLabelHeight = 18;
+
+struct Stop {
+  double at;
+  int r, g, b;
+};
+constexpr std::array<Stop, 4> kRiskStops = {{{0.0, 0xfe, 0xf3, 0xc7},
+                                             {0.35, 0xfc, 0xd3, 0x4d},
+                                             {0.7, 0xf9, 0x73, 0x16},
+                                             {1.0, 0xb9, 0x1c, 0x1c}}};
+
+std::int64_t integer(const Json& row, const char* key) {
+  const auto it = row.find(key);
+  return it != row.end() && it->is_number_integer() ? it->get<std::int64_t>() : 0;
+}
+
+std::string text(const Json& row, const char* key) {
+  const auto it = row.find(key);
+  return it != row.end() && it->is_string() ? it->get<std::string>() : std::string();
+}
+
+// The region a file is drawn in: as the component answer groups it.
+std::string component_of(const Json& row) {
+  const std::string component = text(row, "component");
+  return component.empty() ? "unknown" : component;
+}
+
+double lines(const Json& row) {
+  // A file changed without line counts (binary, a pure rename) still shows.
+  return static_cast<double>(
+      std::max<std::int64_t>(1, integer(row, "additions") + integer(row, "deletions")));
+}
+
+std::string file_title(const Json& row, const ReportContent& content) {
+  const std::string name = text(row, "name");
+  const auto last = content.last_changed.find(name);
+  return html_text(fmt::format(
+      "{}\n{} commits, +{} -{} lines, risk {:.2f}\nlast change {}", name, integer(row, "commits"),
+      integer(row, "additions"), integer(row, "deletions"), row.value("risk_score", 0.0),
+      last == content.last_changed.end() ? "-" : last->second.substr(0, 10)));
+}
+
+std::string rect_svg(const Rect& r, std::string_view attributes) {
+  return fmt::format(R"(<rect x="{:.1f}" y="{:.1f}" width="{:.1f}" height="{:.1f}" {}/>)", r.x, r.y,
+                     r.width, r.height, attributes);
+}
+
+// The file boxes of one region, labelled with the file's own name where it fits.
+std::string files_svg(const std::vector<const Json*>& files, Rect area,
+                      const ReportContent& content) {
+  std::vector<double> weights;
+  for (const Json* row : files) weights.push_back(lines(*row));
+  const std::vector<Rect> boxes = squarify(weights, area);
+  std::string out;
+  for (std::size_t i = 0; i < files.size(); ++i) {
+    const Json& row = *files[i];
+    const Rect box = inset(boxes[i], 0.5);
+    out += fmt::format(
+        "<g class=\"file\"><title>{}</title>{}", file_title(row, content),
+        rect_svg(box, fmt::format("fill=\"{}\"", risk_colour(row.value("risk_score", 0.0)))));
+    const std::string name = text(row, "name");
+    const std::string base = page_text(name.substr(name.rfind('/') + 1));
+    if (box.height >= 16 && display_width(base) * 7.0 + 8 <= box.width) {
+      out += fmt::format(R"(<text x="{:.1f}" y="{:.1f}" class="file-label">{}</text>)", box.x + 4,
+                         box.y + 12, html_text(base));
+    }
+    out += "</g>";
+  }
+  return out;
+}
+
+}  // namespace
+
+std::string risk_colour(double risk) {
+  risk = std::clamp(std::isfinite(risk) ? risk : 0.0, 0.0, 1.0);
+  std::size_t i = 1;
+  while (i + 1 < kRiskStops.size() && risk > kRiskStops[i].at) ++i;
+  const Stop& a = kRiskStops[i - 1];
+  const Stop& b = kRiskStops[i];
+  const double t = (risk - a.at) / (b.at - a.at);
+  const auto mix = [t](int x, int y) { return static_cast<int>(std::lround(x + (y - x) * t)); };
+  return fmt::format("#{:02x}{:02x}{:02x}", mix(a.r, b.r), mix(a.g, b.g), mix(a.b, b.b));
+}
+
+std::string date_text(std::int64_t time) {
+  const std::chrono::sys_days day =
+      std::chrono::floor<std::chrono::days>(std::chrono::sys_seconds(std::chrono::seconds(time)));
+  const std::chrono::year_month_day ymd(day);
+  return fmt::format("{:04}-{:02}-{:02}", static_cast<int>(ymd.year()),
+                     static_cast<unsigned>(ymd.month()), static_cast<unsigned>(ymd.day()));
+}
+
+std::string hotspot_map_svg(const ReportContent& content) {
+  // Regions in the order the files first name them, the busiest file first.
+  std::vector<std::string> names;
+  std::map<std::string, std::vector<const Json*>> files;
+  for (const Json& row : content.files.at("hotspots")) {
+    auto [it, added] = files.try_emplace(component_of(row));
+    if (added) names.push_back(it->first);
+    it->second.push_back(&row);
+  }
+  std::vector<double> weights;
+  for (const std::string& name : names) {
+    double sum = 0;
+    for (const Json* row : files[name]) sum += lines(*row);
+    weights.push_back(sum);
+  }
+  const std::vector<Rect> regions = squarify(weights, {0, 0, kMapWidth, kMapHeight});
+  std::string out =
+      fmt::format(R"(<svg class="map" viewBox="0 0 {} {}" role="img" aria-label="Hotspot map">)",
+                  kMapWidth, kMapHeight);
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    const Rect region = inset(regions[i], 1.5);
+    const std::string name = html_text(names[i]);
+    const std::vector<const Json*>& members = files[names[i]];
+    const bool labelled = region.height >= 2.5 * kLabelHeight && region.width >= 40;
+    out += fmt::format("<g class=\"region\"><title>{}: {} files, {} lines changed</title>{}", name,
+                       members.size(), static_cast<std::int64_t>(weights[i]),
+                       rect_svg(region, "class=\"region-box\""));
+    Rect inner = inset(region, 2);
+    if (labelled) {
+      out += fmt::format(
+          R"svg(<clipPath id="region-{0}">{1}</clipPath>)svg"
+          R"svg(<text x="{2:.1f}" y="{3:.1f}" class="region-label" clip-path="url(#region-{0})">{4}</text>)svg",
+          i, rect_svg(region, ""), region.x + 5, region.y + 13, name);
+      inner.y += kLabelHeight - 2;
+      inner.height = std::max(0.0, inner.height - (kLabelHeight - 2));
+    }
+    out += files_svg(members, inner, content) + "</g>";
+  }
+  return out + "</svg>";
+}
+
+std::string hotspot_legend_html() {
+  std::string swatches;
+  for (double risk : {0.0, 0.25, 0.5, 0.75, 1.0}) {
+    swatches +=
+        fmt::format(R"(<span class="swatch" style="background:{}"></span>)", risk_colour(risk));
+  }
+  return R"(<div class="legend"><span>risk 0</span>)" + swatches +
+         R"(<span>1 (the busiest file)</span><span class="legend-gap"></span>)"
+         R"(<span class="region-sample"></span><span>component</span><span class="legend-gap"></span>)"
+         R"(<span>area: lines changed</span></div>)";
+}
+
+std::string weekly_chart_svg(const std::vector<WeekCount>& weeks) {
+  constexpr double kWidth = 1200, kHeight = 170, kTop = 16, kBottom = 22;
+  std::int64_t most = 1;
+  for (const WeekCount& week : weeks) most = std::max(most, week.commits);
+  const double slot = weeks.empty() ? kWidth : kWidth / static_cast<double>(weeks.size());
+  const double plot = kHeight - kTop - kBottom;
+  std::string out = fmt::format(
+      R"(<svg class="weeks" viewBox="0 0 {0} {1}" role="img" aria-label="Commits per week">)"
+      R"(<line x1="0" y1="{2}" x2="{0}" y2="{2}" class="axis"/>)"
+      R"(<text x="0" y="11" class="axis-label">{3} commits</text>)",
+      kWidth, kHeight, kHeight - kBottom, most);
+  for (std::size_t i = 0; i < weeks.size(); ++i) {
+    const double height = plot * static_cast<double>(weeks[i].commits) / static_cast<double>(most);
+    const double gap = slot > 4 ? std::min(2.0, slot * 0.2) : 0;
+    out += fmt::format(
+        R"(<g class="week"><title>week of {}: {} commits</title><rect x="{:.2f}" y="{:.2f}" width="{:.2f}" height="{:.2f}"/></g>)",
+        date_text(weeks[i].start), weeks[i].commits, static_cast<double>(i) * slot + gap / 2,
+        kHeight - kBottom - height, std::max(0.5, slot - gap), height);
+  }
+  if (!weeks.empty()) {
+    out += fmt::format(R"(<text x="0" y="{0}" class="axis-label">{1}</text>)"
+                       R"(<text x="{2}" y="{0}" class="axis-label" text-anchor="end">{3}</text>)",
+                       kHeight - 6, date_text(weeks.front().start), kWidth,
+                       date_text(weeks.back().start));
+  }
+  return out + "</svg>";
+}
+
+}  // namespace lomarind::cli

@@ -1,0 +1,107 @@
+#include <algorithm>
+#include <utility>
+
+#include "cli/history_session.h"
+#include "cli/report.h"
+#include "lomarind/utils/kept_log_reader.h"
+
+namespace lomarind::cli {
+
+namespace {
+
+constexpr std::int64_t kWeek = 7 * 86400;
+constexpr std::int64_t kFirstMonday = 4 * 86400;  // 1970-01-05
+
+std::int64_t week_start(std::int64_t time) {
+  const std::int64_t since = time - kFirstMonday;
+  const std::int64_t weeks = since / kWeek - (since % kWeek < 0 ? 1 : 0);
+  return weeks * kWeek + kFirstMonday;
+}
+
+// Last-change times of every file the period changed, for the map's hover
+// titles: the whole recent-changes answer, which asks git nothing more.
+std::map<std::string, std::string> last_changes(const git_history::GitHistory& history,
+                                                const HistoryQuery& query, const ReportArgs& args) {
+  const Json all = history.recent_changes(query.repository, query.repo_root,
+                                          {.since = args.since,
+                                           .branch = args.branch,
+                                           .include_symbols = false,
+                                           .limit = INT32_MAX,
+                                           .offset = 0,
+                                           .source_only = args.source_only});
+  std::map<std::string, std::string> times;
+  for (const Json& row : all.at("files")) times.emplace(row.at("path"), row.at("last_changed"));
+  return times;
+}
+
+Json hotspots(const git_history::GitHistory& history, const HistoryQuery& query,
+              const ReportArgs& args, const char* group_by, std::int64_t limit) {
+  return history.hotspots(query.repository, query.repo_root,
+                          {.since = args.since,
+                           .branch = args.branch,
+                           .group_by = group_by,
+                           .limit = limit,
+                           .offset = 0,
+                           .source_only = args.source_only});
+}
+
+}  // namespace
+
+std::vector<WeekCount> weekly_commits(const std::vector<std::int64_t>& timestamps,
+                                      std::int64_t period_start, std::int64_t now, bool cut) {
+  std::int64_t last = week_start(now);
+  std::int64_t first = week_start(period_start);
+  if (!timestamps.empty()) {
+    const auto [oldest, newest] = std::minmax_element(timestamps.begin(), timestamps.end());
+    last = std::max(last, week_start(*newest));
+    // A cut period, or one far longer than its history, starts where the
+    // commits do: the weeks before are unknown, or empty by construction.
+    if (cut || (last - first) / kWeek >= static_cast<std::int64_t>(kMaxWeeks)) {
+      first = std::max(first, week_start(*oldest));
+    }
+  }
+  first = std::max(first, last - static_cast<std::int64_t>(kMaxWeeks - 1) * kWeek);
+  std::vector<WeekCount> weeks;
+  for (std::int64_t start = first; start <= last; start += kWeek) weeks.push_back({start, 0});
+  for (std::int64_t time : timestamps) {
+    const std::int64_t week = week_start(time);
+    if (week >= first && week <= last)
+      ++weeks[static_cast<std::size_t>((week - first) / kWeek)].commits;
+  }
+  return weeks;
+}
+
+ReportContent gather_report(const HistorySession& session, const ReportArgs& args, bool index_used,
+                            std::chrono::sys_seconds now) {
+  const git_history::Neighbours production = session.production().neighbours();
+  const git_utils::KeptLogReader git(production.git);
+  const git_history::GitHistory history(git_history::Neighbours{
+      git, production.index, production.filters, production.pagination, production.logger});
+  const HistoryQuery query = session.query();
+
+  ReportContent content;
+  content.repository = query.repo_root.string();
+  content.index_used = index_used;
+  content.generated = now.time_since_epoch().count();
+  content.files = hotspots(history, query, args, "file", kMapFiles);
+  content.components = hotspots(history, query, args, "component", kMaxComponents);
+  content.recent = history.recent_changes(query.repository, query.repo_root,
+                                          {.since = args.since,
+                                           .branch = args.branch,
+                                           .include_symbols = index_used,
+                                           .limit = kRecentRows,
+                                           .offset = 0,
+                                           .source_only = args.source_only});
+  content.last_changed = last_changes(history, query, args);
+
+  const git_utils::KeptLog& log = *git.last_log();
+  content.period_start = log.since.time_since_epoch().count();
+  std::vector<std::int64_t> timestamps;
+  timestamps.reserve(log.commits.size());
+  for (const git_utils::CommitChanges& commit : log.commits) timestamps.push_back(commit.timestamp);
+  content.weeks = weekly_commits(timestamps, content.period_start, content.generated,
+                                 content.files.contains("commit_limit_reached"));
+  return content;
+}
+
+}  // namespace lomarind::cli

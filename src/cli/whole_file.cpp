@@ -1,0 +1,89 @@
+#include "cli/whole_file.h"
+
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <random>
+#include <stdexcept>
+#include <string>
+
+#include "cli/answer_text.h"
+
+namespace lomarind::cli {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+[[noreturn]] void fail(const fs::path& path, std::string_view why) {
+  throw std::runtime_error(fmt::format("cannot write {}: {}", quoted_text(path.string()), why));
+}
+
+[[noreturn]] void fail_errno(const fs::path& path, int error) {
+  fail(path,
+       std::string(std::strerror(error)) + "; pass --output a file in a folder you can write");
+}
+
+// A new file beside `path`, created exclusively so that nothing else's file
+// is ever opened; hidden, so a folder listing does not show it meanwhile.
+int create_temporary(const fs::path& path, fs::path& temporary) {
+  std::random_device seed;
+  for (int attempt = 0; attempt < 100; ++attempt) {
+    temporary =
+        path.parent_path() / fmt::format(".{}.{:08x}.tmp", path.filename().string(), seed());
+    const int fd =
+        ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0666);
+    if (fd >= 0 || errno != EEXIST) return fd;
+  }
+  errno = EEXIST;
+  return -1;
+}
+
+bool write_all(int fd, std::string_view content) {
+  while (!content.empty()) {
+    const ssize_t written = ::write(fd, content.data(), content.size());
+    if (written < 0 && errno == EINTR) continue;
+    if (written <= 0) return false;
+    content.remove_prefix(static_cast<std::size_t>(written));
+  }
+  return true;
+}
+
+}  // namespace
+
+void write_whole_file(const fs::path& path, std::string_view content) {
+  const fs::path target = path.has_parent_path() ? path : fs::path(".") / path;
+  struct stat existing {};
+  const bool exists = ::lstat(target.c_str(), &existing) == 0;
+  if (exists && S_ISDIR(existing.st_mode)) fail(path, "it is a folder; pass a file name");
+  if (exists && S_ISLNK(existing.st_mode)) {
+    fail(path, "it is a symbolic link; pass the file it points to");
+  }
+  if (exists && !S_ISREG(existing.st_mode)) fail(path, "it is no regular file; pass a file name");
+
+  fs::path temporary;
+  const int fd = create_temporary(target, temporary);
+  if (fd < 0) fail_errno(path, errno);
+  // A replaced file keeps who may read it.
+  bool ok = !exists || ::fchmod(fd, existing.st_mode & 07777) == 0;
+  ok = ok && write_all(fd, content) && ::fsync(fd) == 0;
+  int error = errno;
+  if (::close(fd) != 0 && ok) {
+    ok = false;
+    error = errno;
+  }
+  if (ok && ::rename(temporary.c_str(), target.c_str()) != 0) {
+    ok = false;
+    error = errno;
+  }
+  if (!ok) {
+    ::unlink(temporary.c_str());
+    fail_errno(path, error);
+  }
+}
+
+}  // namespace lomarind::cli
