@@ -29,6 +29,7 @@ dl.facts div{background:rgba(255,255,255,.08);border-radius:10px;padding:8px 12p
 dl.facts dt{font-size:11px;text-transform:uppercase;letter-spacing:.06em;color:#cbd5e1}
 dl.facts dd{margin:2px 0 0;font-size:15px;font-weight:600;word-break:break-all}
 dd.warn{color:#fcd34d}
+dl.facts dd small{display:block;font-size:12px;font-weight:400;color:#cbd5e1}
 section{background:var(--panel);border:1px solid var(--line);border-radius:14px;padding:18px 20px;margin-bottom:20px}
 h2{margin:0 0 4px;font-size:18px}
 p.note{margin:0 0 12px;color:var(--muted)}
@@ -85,20 +86,25 @@ std::string header_html(const ReportContent& content) {
   const Json& answer = content.files;
   const std::string name = std::filesystem::path(content.repository).filename().string();
   const std::int64_t excluded = integer(answer, "excluded_files");
-  std::string files = fmt::format("{} still present", integer(answer, "total_count"));
-  if (excluded > 0) files += fmt::format(", {} not production source", excluded);
+  std::string files = fmt::format("{}<small>still present", integer(answer, "total_count"));
+  if (excluded > 0) files += fmt::format("; {} more are not production source", excluded);
+  files += "</small>";
   const bool cut = answer.contains("commit_limit_reached");
   std::string out = fmt::format(
       "<header class=\"top\" id=\"header\"><h1>{} <span>hotspots</span></h1>"
       "<p class=\"path\">{}</p><dl class=\"facts\">",
       html_text(name), html_text(content.repository));
   out += fact("Branch", field(answer, "branch"));
-  out += fact("Period", fmt::format("since {} ({} to {})", field(answer, "since"),
+  out += fact("Period", fmt::format("since {}<small>{} to {}</small>", field(answer, "since"),
                                     date_text(content.period_start), date_text(content.generated)));
   out += fact("Commits read", std::to_string(integer(answer, "commit_count")));
   out += fact("Commit limit",
-              cut ? "reached: older commits are left out" : "not reached: the whole period", cut);
-  out += fact("Index", content.index_used ? "used" : "none: components and symbols unknown",
+              cut ? "reached<small>older commits are left out</small>"
+                  : "not reached<small>the whole period is read</small>",
+              cut);
+  out += fact("Index",
+              content.index_used ? "used<small>components and symbols</small>"
+                                 : "none<small>components and symbols unknown</small>",
               !content.index_used);
   out += fact("Changed files", files);
   return out + "</dl></header>";

@@ -56,6 +56,11 @@ TEST(CommandLineTest, GlobalOptionsGoBeforeOrAfterTheCommand) {
   EXPECT_EQ(recent.limit, -1);
   EXPECT_EQ(recent.offset, 7);
   EXPECT_TRUE(parse_ok<IndexArgs>({"index", "--full"}).full);
+  const ReportArgs report =
+      parse_ok<ReportArgs>({"report", "--since", "3m", "--format", "markdown", "--branch="});
+  EXPECT_EQ(report.output, std::nullopt);
+  EXPECT_EQ(report.branch, "");
+  EXPECT_EQ(report.format, "markdown");
 }
 
 TEST(CommandLineTest, UsageErrorsExitTwoAndHelpExitsZero) {
@@ -65,6 +70,7 @@ TEST(CommandLineTest, UsageErrorsExitTwoAndHelpExitsZero) {
       {"recent", "--since", "1w", "--limit", "many"},
       {"recent", "--since", "1w", "--group-by", "file"},
       {"index", "extra"},
+      {"report", "--since", "1w", "--format", "pdf"},
       {"--repo", "a", "diff", "--repo", "b"},
   };
   for (const auto& args : errors) {
@@ -76,8 +82,8 @@ TEST(CommandLineTest, UsageErrorsExitTwoAndHelpExitsZero) {
     EXPECT_TRUE(parsed.err.starts_with("lomarind: ")) << parsed.err;
   }
   EXPECT_EQ(parse_command_line({"frobnicate"}).err,
-            "lomarind: unknown command 'frobnicate'; the commands are recent, hotspots, diff "
-            "and index\nRun 'lomarind --help' for usage.\n");
+            "lomarind: unknown command 'frobnicate'; the commands are recent, hotspots, diff, "
+            "report and index\nRun 'lomarind --help' for usage.\n");
   const ParsedCommandLine help = parse_command_line({"recent", "--help"});
   EXPECT_EQ(help.exit_code, kExitOk);
   EXPECT_FALSE(help.command_line);
