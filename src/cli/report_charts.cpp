@@ -52,13 +52,16 @@ double lines(const Json& row) {
       std::max<std::int64_t>(1, integer(row, "additions") + integer(row, "deletions")));
 }
 
+// The path on the first line (a line break in it is shown escaped), the
+// numbers below it.
 std::string file_title(const Json& row, const ReportContent& content) {
   const std::string name = text(row, "name");
   const auto last = content.last_changed.find(name);
-  return html_text(fmt::format(
-      "{}\n{} commits, +{} -{} lines, risk {:.2f}\nlast change {}", name, integer(row, "commits"),
-      integer(row, "additions"), integer(row, "deletions"), row.value("risk_score", 0.0),
-      last == content.last_changed.end() ? "-" : last->second.substr(0, 10)));
+  const std::int64_t commits = integer(row, "commits");
+  return fmt::format("{}\n{} commit{}, +{} -{} lines, risk {:.2f}\nlast change {}", html_text(name),
+                     commits, commits == 1 ? "" : "s", integer(row, "additions"),
+                     integer(row, "deletions"), row.value("risk_score", 0.0),
+                     last == content.last_changed.end() ? "-" : last->second.substr(0, 10));
 }
 
 std::string rect_svg(const Rect& r, std::string_view attributes) {
