@@ -85,8 +85,10 @@ std::string files_svg(const std::vector<const Json*>& files, Rect area,
     const std::string name = text(row, "name");
     const std::string base = page_text(name.substr(name.rfind('/') + 1));
     if (box.height >= 16 && display_width(base) * 7.0 + 8 <= box.width) {
-      out += fmt::format(R"(<text x="{:.1f}" y="{:.1f}" class="file-label">{}</text>)", box.x + 4,
-                         box.y + 12, html_text(base));
+      // Dark boxes get light text.
+      const char* label = row.value("risk_score", 0.0) >= 0.6 ? "file-label light" : "file-label";
+      out += fmt::format(R"(<text x="{:.1f}" y="{:.1f}" class="{}">{}</text>)", box.x + 4,
+                         box.y + 12, label, html_text(base));
     }
     out += "</g>";
   }
@@ -176,8 +178,8 @@ std::string weekly_chart_svg(const std::vector<WeekCount>& weeks) {
   std::string out = fmt::format(
       R"(<svg class="weeks" viewBox="0 0 {0} {1}" role="img" aria-label="Commits per week">)"
       R"(<line x1="0" y1="{2}" x2="{0}" y2="{2}" class="axis"/>)"
-      R"(<text x="0" y="11" class="axis-label">{3} commits</text>)",
-      kWidth, kHeight, kHeight - kBottom, most);
+      R"(<text x="0" y="11" class="axis-label">busiest week: {3} commit{4}</text>)",
+      kWidth, kHeight, kHeight - kBottom, most, most == 1 ? "" : "s");
   for (std::size_t i = 0; i < weeks.size(); ++i) {
     const double height = plot * static_cast<double>(weeks[i].commits) / static_cast<double>(most);
     const double gap = slot > 4 ? std::min(2.0, slot * 0.2) : 0;

@@ -29,7 +29,7 @@ dl.facts div{background:rgba(255,255,255,.08);border-radius:10px;padding:8px 12p
 dl.facts dt{font-size:11px;text-transform:uppercase;letter-spacing:.06em;color:#cbd5e1}
 dl.facts dd{margin:2px 0 0;font-size:15px;font-weight:600;word-break:break-all}
 dd.warn{color:#fcd34d}
-dl.facts dd small{display:block;font-size:12px;font-weight:400;color:#cbd5e1}
+dl.facts dd small{display:block;font-size:12px;font-weight:400;color:#cbd5e1;word-break:normal}
 section{background:var(--panel);border:1px solid var(--line);border-radius:14px;padding:18px 20px;margin-bottom:20px}
 h2{margin:0 0 4px;font-size:18px}
 p.note{margin:0 0 12px;color:var(--muted)}
@@ -39,6 +39,7 @@ svg.map .region-label{font-size:12px;font-weight:650;fill:#344054}
 svg.map .file rect{stroke:#fff;stroke-width:.6}
 svg.map .file:hover rect{stroke:#111;stroke-width:2}
 svg.map .file-label{font-size:11px;fill:#1f2430;pointer-events:none}
+svg.map .file-label.light{fill:#fff}
 svg.weeks .week rect{fill:#e8590c}
 svg.weeks .week:hover rect{fill:#b91c1c}
 svg.weeks .axis{stroke:#98a2b3}
