@@ -8,9 +8,13 @@ exactly the reader's: same options, same order, commits given by id, same
 environment. Whatever lomarind adds (its own start, locating the
 repository, resolving names, the index, JSON) counts against it.
 
+The report is timed against one period answer instead: it asks several
+answers of the same period, and all of them must stand on one read of the log.
+
 Usage: floor.py LOMARIND_BINARY REPO [--rounds N] [SCENARIO...]
 Scenarios: hotspots, recent, diff, diff-symbols (a page of edited files,
-with the symbols on their changed lines); default: all.
+with the symbols on their changed lines), report (the HTML report against
+`hotspots --json`); default: all.
 """
 import argparse
 import json
@@ -18,6 +22,7 @@ import os
 import resource
 import statistics
 import subprocess
+import tempfile
 import time
 
 SAFE = ["--no-pager", "--literal-pathspecs", "-c", "core.quotePath=false",
@@ -32,6 +37,8 @@ FIXED_ENV = {"GIT_TERMINAL_PROMPT": "0", "GIT_OPTIONAL_LOCKS": "0", "GIT_NO_LAZY
 PERIOD = "100 years"  # reaches before 1970, which the reader sends as @0
 PERIOD_COMMITS = 5000  # the answers' commit limit
 DIFF_DISTANCE = 5000
+# The most each scenario may cost against its floor, as a ratio of wall times.
+BUDGET = {"hotspots": 1.05, "recent": 1.05, "diff": 1.05, "report": 1.10}
 
 
 def git_env():
@@ -84,16 +91,21 @@ def scenarios(binary, repo, wanted):
     # The first pages hold files added or deleted whole; this one holds edits,
     # whose changed lines take a diff of their own.
     symbols_page = ["--symbols", "--offset", "200"]
+    hotspots = lom + ["hotspots", "--since", PERIOD, "--json"]
+    page = os.path.join(tempfile.mkdtemp(prefix="lomarind-bench-"), "report.html")
+    # (lomarind command, floor commands, the floor's environment)
     table = {
-        "hotspots": lambda: (lom + ["hotspots", "--since", PERIOD, "--json"],
-                             log_floor(repo, head)),
+        "hotspots": lambda: (hotspots, log_floor(repo, head), git_env()),
         "recent": lambda: (lom + ["recent", "--since", PERIOD, "--json"],
-                           log_floor(repo, head)),
-        "diff": lambda: (diff, diff_floor(repo, base, head)),
+                           log_floor(repo, head), git_env()),
+        "diff": lambda: (diff, diff_floor(repo, base, head), git_env()),
         "diff-symbols": lambda: (
             diff + symbols_page,
             diff_floor(repo, base, head) + spans_floor(repo, base, head,
-                                                       answer_of(diff + symbols_page))),
+                                                       answer_of(diff + symbols_page)),
+            git_env()),
+        "report": lambda: (lom + ["report", "--since", PERIOD, "--output", page], [hotspots],
+                           None),
     }
     return [(name, *table[name]()) for name in wanted]
 
@@ -117,16 +129,16 @@ def run(commands, env):
     return time.perf_counter() - start, children_cpu() - cpu
 
 
-def measure(ours, floor, rounds):
+def measure(ours, floor, floor_env, rounds):
     run([ours], None)  # warm the caches
-    run(floor, git_env())
+    run(floor, floor_env)
     ours_t, floor_t = [], []
     for i in range(rounds):
         if i % 2 == 0:
             ours_t.append(run([ours], None))
-            floor_t.append(run(floor, git_env()))
+            floor_t.append(run(floor, floor_env))
         else:
-            floor_t.append(run(floor, git_env()))
+            floor_t.append(run(floor, floor_env))
             ours_t.append(run([ours], None))
     return ours_t, floor_t
 
@@ -146,18 +158,20 @@ def main():
     parser.add_argument("repo")
     parser.add_argument("--rounds", type=int, default=25)
     parser.add_argument("scenario", nargs="*",
-                        default=["hotspots", "recent", "diff", "diff-symbols"])
+                        default=["hotspots", "recent", "diff", "diff-symbols", "report"])
     args = parser.parse_intermixed_args()
     binary, repo = os.path.abspath(args.binary), os.path.abspath(args.repo)
     print(f"{args.rounds} rounds. wall: median ms of lomarind and of git alone; ratio of the "
-          "medians, median of the rounds' ratios, ratio of the best. cpu: the same ratios")
-    for name, ours, floor in scenarios(binary, repo, args.scenario):
-        ours_t, floor_t = measure(ours, floor, args.rounds)
+          "medians, median of the rounds' ratios, ratio of the best. cpu: the same ratios. "
+          "budget: the most the wall ratio may be")
+    for name, ours, floor, floor_env in scenarios(binary, repo, args.scenario):
+        ours_t, floor_t = measure(ours, floor, floor_env, args.rounds)
         wall = ratios([w for w, _ in ours_t], [w for w, _ in floor_t])
         cpu = ratios([c for _, c in ours_t], [c for _, c in floor_t])
+        budget = f"{BUDGET[name]:.2f}" if name in BUDGET else "-"
         print(f"{name:13s} wall {wall[0] * 1000:7.1f} {wall[1] * 1000:7.1f}  "
               f"{wall[2]:.3f} {wall[3]:.3f} {wall[4]:.3f}   cpu {cpu[2]:.3f} {cpu[3]:.3f} "
-              f"{cpu[4]:.3f}", flush=True)
+              f"{cpu[4]:.3f}   budget {budget}", flush=True)
 
 
 if __name__ == "__main__":

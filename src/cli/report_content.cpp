@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cstdint>
 #include <utility>
 
 #include "cli/history_session.h"
@@ -11,6 +12,7 @@ namespace {
 
 constexpr std::int64_t kWeek = 7 * 86400;
 constexpr std::int64_t kFirstMonday = 4 * 86400;  // 1970-01-05
+constexpr std::int64_t kEveryFile = INT32_MAX;    // a page that holds every file
 
 std::int64_t week_start(std::int64_t time) {
   const std::int64_t since = time - kFirstMonday;
@@ -18,31 +20,41 @@ std::int64_t week_start(std::int64_t time) {
   return weeks * kWeek + kFirstMonday;
 }
 
+// The report's questions, each one answer of the module about the period.
+struct Questions {
+  const git_history::GitHistory& history;
+  const HistoryQuery& query;
+  const ReportArgs& args;
+
+  Json hotspots(const char* group_by, std::int64_t limit) const {
+    return history.hotspots(query.repository, query.repo_root,
+                            {.since = args.since,
+                             .branch = args.branch,
+                             .group_by = group_by,
+                             .limit = limit,
+                             .offset = 0,
+                             .source_only = args.source_only});
+  }
+
+  Json recent(std::int64_t limit, bool symbols) const {
+    return history.recent_changes(query.repository, query.repo_root,
+                                  {.since = args.since,
+                                   .branch = args.branch,
+                                   .include_symbols = symbols,
+                                   .limit = limit,
+                                   .offset = 0,
+                                   .source_only = args.source_only});
+  }
+};
+
 // Last-change times of every file the period changed, for the map's hover
 // titles: the whole recent-changes answer, which asks git nothing more.
-std::map<std::string, std::string> last_changes(const git_history::GitHistory& history,
-                                                const HistoryQuery& query, const ReportArgs& args) {
-  const Json all = history.recent_changes(query.repository, query.repo_root,
-                                          {.since = args.since,
-                                           .branch = args.branch,
-                                           .include_symbols = false,
-                                           .limit = INT32_MAX,
-                                           .offset = 0,
-                                           .source_only = args.source_only});
+std::map<std::string, std::string> last_changes(const Questions& ask) {
   std::map<std::string, std::string> times;
-  for (const Json& row : all.at("files")) times.emplace(row.at("path"), row.at("last_changed"));
+  for (const Json& row : ask.recent(kEveryFile, false).at("files")) {
+    times.emplace(row.at("path"), row.at("last_changed"));
+  }
   return times;
-}
-
-Json hotspots(const git_history::GitHistory& history, const HistoryQuery& query,
-              const ReportArgs& args, const char* group_by, std::int64_t limit) {
-  return history.hotspots(query.repository, query.repo_root,
-                          {.since = args.since,
-                           .branch = args.branch,
-                           .group_by = group_by,
-                           .limit = limit,
-                           .offset = 0,
-                           .source_only = args.source_only});
 }
 
 }  // namespace
@@ -83,16 +95,11 @@ ReportContent gather_report(const HistorySession& session, const ReportArgs& arg
   content.repository = query.repo_root.string();
   content.index_used = index_used;
   content.generated = now.time_since_epoch().count();
-  content.files = hotspots(history, query, args, "file", kMapFiles);
-  content.components = hotspots(history, query, args, "component", kMaxComponents);
-  content.recent = history.recent_changes(query.repository, query.repo_root,
-                                          {.since = args.since,
-                                           .branch = args.branch,
-                                           .include_symbols = index_used,
-                                           .limit = kRecentRows,
-                                           .offset = 0,
-                                           .source_only = args.source_only});
-  content.last_changed = last_changes(history, query, args);
+  const Questions ask{history, query, args};
+  content.files = ask.hotspots("file", kMapFiles);
+  content.components = ask.hotspots("component", kMaxComponents);
+  content.recent = ask.recent(kRecentRows, index_used);
+  content.last_changed = last_changes(ask);
 
   const git_utils::KeptLog& log = *git.last_log();
   content.period_start = log.since.time_since_epoch().count();
