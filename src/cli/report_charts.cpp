@@ -171,17 +171,21 @@ std::string hotspot_legend_html() {
 
 std::string weekly_chart_svg(const std::vector<WeekCount>& weeks) {
   constexpr double kWidth = 1200, kHeight = 170, kTop = 16, kBottom = 22;
-  std::int64_t most = 1;
+  std::int64_t most = 0;
   for (const WeekCount& week : weeks) most = std::max(most, week.commits);
+  const std::string scale =
+      most == 0 ? "no commits"
+                : fmt::format("busiest week: {} commit{}", most, most == 1 ? "" : "s");
   const double slot = weeks.empty() ? kWidth : kWidth / static_cast<double>(weeks.size());
   const double plot = kHeight - kTop - kBottom;
   std::string out = fmt::format(
       R"(<svg class="weeks" viewBox="0 0 {0} {1}" role="img" aria-label="Commits per week">)"
       R"(<line x1="0" y1="{2}" x2="{0}" y2="{2}" class="axis"/>)"
-      R"(<text x="0" y="11" class="axis-label">busiest week: {3} commit{4}</text>)",
-      kWidth, kHeight, kHeight - kBottom, most, most == 1 ? "" : "s");
+      R"(<text x="0" y="11" class="axis-label">{3}</text>)",
+      kWidth, kHeight, kHeight - kBottom, scale);
   for (std::size_t i = 0; i < weeks.size(); ++i) {
-    const double height = plot * static_cast<double>(weeks[i].commits) / static_cast<double>(most);
+    const double height = plot * static_cast<double>(weeks[i].commits) /
+                          static_cast<double>(std::max<std::int64_t>(most, 1));
     const double gap = slot > 4 ? std::min(2.0, slot * 0.2) : 0;
     out += fmt::format(
         R"(<g class="week"><title>week of {}: {} commits</title><rect x="{:.2f}" y="{:.2f}" width="{:.2f}" height="{:.2f}"/></g>)",

@@ -30,6 +30,7 @@ dl.facts dt{font-size:11px;text-transform:uppercase;letter-spacing:.06em;color:#
 dl.facts dd{margin:2px 0 0;font-size:15px;font-weight:600;word-break:break-all}
 dd.warn{color:#fcd34d}
 dl.facts dd small{display:block;font-size:12px;font-weight:400;color:#cbd5e1;word-break:normal}
+dl.facts dd small span{white-space:nowrap}
 section{background:var(--panel);border:1px solid var(--line);border-radius:14px;padding:18px 20px;margin-bottom:20px}
 h2{margin:0 0 4px;font-size:18px}
 p.note{margin:0 0 12px;color:var(--muted)}
@@ -96,8 +97,9 @@ std::string header_html(const ReportContent& content) {
       "<p class=\"path\">{}</p><dl class=\"facts\">",
       html_text(name), html_text(content.repository));
   out += fact("Branch", field(answer, "branch"));
-  out += fact("Period", fmt::format("since {}<small>{} to {}</small>", field(answer, "since"),
-                                    date_text(content.period_start), date_text(content.generated)));
+  out += fact("Period", fmt::format("since {}<small><span>{}</span> to <span>{}</span></small>",
+                                    field(answer, "since"), date_text(content.period_start),
+                                    date_text(content.generated)));
   out += fact("Commits read", std::to_string(integer(answer, "commit_count")));
   out += fact("Commit limit",
               cut ? "reached<small>older commits are left out</small>"
@@ -201,6 +203,10 @@ std::string recent_table(const ReportContent& content) {
 std::string map_section(const ReportContent& content) {
   const std::int64_t total = integer(content.files, "total_count");
   const std::size_t shown = content.files.at("hotspots").size();
+  if (shown == 0) {
+    return "<section id=\"map\"><h2>Hotspot map</h2><p class=\"empty\">No file that the "
+           "period changed is still there.</p></section>";
+  }
   const std::string scope = static_cast<std::int64_t>(shown) < total
                                 ? fmt::format(" It shows the {} busiest of {} files.", shown, total)
                                 : "";
