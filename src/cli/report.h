@@ -38,8 +38,8 @@ struct ReportContent {
   Json files;                     // hotspots by file: the kMapFiles busiest
   Json components;                // hotspots by component
   Json recent;  // recent changes: the latest kRecentRows, with symbols when indexed
-  std::map<std::string, std::string> last_changed;  // of every changed file, by path
-  std::vector<WeekCount> weeks;                     // oldest first
+  std::map<std::string, std::int64_t> last_changed;  // Unix seconds, UTC, by path
+  std::vector<WeekCount> weeks;                      // oldest first
 };
 
 // Asks the module each answer of the report. The session's git reader is

@@ -61,7 +61,7 @@ std::string file_title(const Json& row, const ReportContent& content) {
   return fmt::format("{}\n{} commit{}, +{} -{} lines, risk {:.2f}\nlast change {}", html_text(name),
                      commits, commits == 1 ? "" : "s", integer(row, "additions"),
                      integer(row, "deletions"), row.value("risk_score", 0.0),
-                     last == content.last_changed.end() ? "-" : last->second.substr(0, 10));
+                     last == content.last_changed.end() ? "-" : date_text(last->second));
 }
 
 std::string rect_svg(const Rect& r, std::string_view attributes) {

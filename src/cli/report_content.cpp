@@ -5,6 +5,7 @@
 #include "cli/history_session.h"
 #include "cli/report.h"
 #include "lomarind/utils/kept_log_reader.h"
+#include "lomarind/workers/git_history/period.h"
 
 namespace lomarind::cli {
 
@@ -12,7 +13,6 @@ namespace {
 
 constexpr std::int64_t kWeek = 7 * 86400;
 constexpr std::int64_t kFirstMonday = 4 * 86400;  // 1970-01-05
-constexpr std::int64_t kEveryFile = INT32_MAX;    // a page that holds every file
 
 std::int64_t week_start(std::int64_t time) {
   const std::int64_t since = time - kFirstMonday;
@@ -47,12 +47,13 @@ struct Questions {
   }
 };
 
-// Last-change times of every file the period changed, for the map's hover
-// titles: the whole recent-changes answer, which asks git nothing more.
-std::map<std::string, std::string> last_changes(const Questions& ask) {
-  std::map<std::string, std::string> times;
-  for (const Json& row : ask.recent(kEveryFile, false).at("files")) {
-    times.emplace(row.at("path"), row.at("last_changed"));
+// When each file the period changed last changed, for the map's hover
+// titles: the module's own fold of the kept log, which asks git nothing.
+std::map<std::string, std::int64_t> last_changes(const git_utils::KeptLog& log) {
+  std::map<std::string, std::int64_t> times;
+  for (const git_history::detail::PathHistory& history :
+       git_history::detail::histories(log.commits)) {
+    times.emplace(history.path, history.last_changed);
   }
   return times;
 }
@@ -99,10 +100,10 @@ ReportContent gather_report(const HistorySession& session, const ReportArgs& arg
   content.files = ask.hotspots("file", kMapFiles);
   content.components = ask.hotspots("component", kMaxComponents);
   content.recent = ask.recent(kRecentRows, index_used);
-  content.last_changed = last_changes(ask);
 
   const git_utils::KeptLog& log = *git.last_log();
   content.period_start = log.since.time_since_epoch().count();
+  content.last_changed = last_changes(log);
   std::vector<std::int64_t> timestamps;
   timestamps.reserve(log.commits.size());
   for (const git_utils::CommitChanges& commit : log.commits) timestamps.push_back(commit.timestamp);
