@@ -69,13 +69,15 @@ std::vector<WeekCount> weekly_commits(const std::vector<std::int64_t>& timestamp
     last = std::max(last, week_start(*newest));
     // A cut period, or one far longer than its history, starts where the
     // commits do: the weeks before are unknown, or empty by construction.
-    if (cut || (last - first) / kWeek >= static_cast<std::int64_t>(kMaxWeeks)) {
+    if (cut || first <= last - static_cast<std::int64_t>(kMaxWeeks) * kWeek) {
       first = std::max(first, week_start(*oldest));
     }
   }
   first = std::max(first, last - static_cast<std::int64_t>(kMaxWeeks - 1) * kWeek);
   std::vector<WeekCount> weeks;
-  for (std::int64_t start = first; start <= last; start += kWeek) weeks.push_back({start, 0});
+  // Counted, not stepped up to `last`, which may sit at the end of the range.
+  const std::int64_t count = (last - first) / kWeek + 1;
+  for (std::int64_t i = 0; i < count; ++i) weeks.push_back({first + i * kWeek, 0});
   for (std::int64_t time : timestamps) {
     const std::int64_t week = week_start(time);
     if (week >= first && week <= last)
