@@ -95,6 +95,29 @@ std::string files_svg(const std::vector<const Json*>& files, Rect area,
   return out;
 }
 
+// One component: its box, its name where it fits, and its files inside.
+std::string region_svg(std::size_t index, const std::string& component,
+                       const std::vector<const Json*>& members, Rect region,
+                       const ReportContent& content) {
+  std::int64_t changed = 0;
+  for (const Json* row : members)
+    changed += integer(*row, "additions") + integer(*row, "deletions");
+  const std::string name = html_text(component);
+  std::string out = fmt::format(
+      "<g class=\"region\"><title>{}: {} file{}, {} lines changed</title>{}", name, members.size(),
+      members.size() == 1 ? "" : "s", changed, rect_svg(region, "class=\"region-box\""));
+  Rect inner = inset(region, 2);
+  if (region.height >= 2.5 * kLabelHeight && region.width >= 40) {
+    out += fmt::format(
+        R"svg(<clipPath id="region-{0}">{1}</clipPath>)svg"
+        R"svg(<text x="{2:.1f}" y="{3:.1f}" class="region-label" clip-path="url(#region-{0})">{4}</text>)svg",
+        index, rect_svg(region, ""), region.x + 5, region.y + 13, name);
+    inner.y += kLabelHeight - 2;
+    inner.height = std::max(0.0, inner.height - (kLabelHeight - 2));
+  }
+  return out + files_svg(members, inner, content) + "</g>";
+}
+
 }  // namespace
 
 std::string risk_colour(double risk) {
@@ -136,23 +159,7 @@ std::string hotspot_map_svg(const ReportContent& content) {
       fmt::format(R"(<svg class="map" viewBox="0 0 {} {}" role="img" aria-label="Hotspot map">)",
                   kMapWidth, kMapHeight);
   for (std::size_t i = 0; i < names.size(); ++i) {
-    const Rect region = inset(regions[i], 1.5);
-    const std::string name = html_text(names[i]);
-    const std::vector<const Json*>& members = files[names[i]];
-    const bool labelled = region.height >= 2.5 * kLabelHeight && region.width >= 40;
-    out += fmt::format("<g class=\"region\"><title>{}: {} files, {} lines changed</title>{}", name,
-                       members.size(), static_cast<std::int64_t>(weights[i]),
-                       rect_svg(region, "class=\"region-box\""));
-    Rect inner = inset(region, 2);
-    if (labelled) {
-      out += fmt::format(
-          R"svg(<clipPath id="region-{0}">{1}</clipPath>)svg"
-          R"svg(<text x="{2:.1f}" y="{3:.1f}" class="region-label" clip-path="url(#region-{0})">{4}</text>)svg",
-          i, rect_svg(region, ""), region.x + 5, region.y + 13, name);
-      inner.y += kLabelHeight - 2;
-      inner.height = std::max(0.0, inner.height - (kLabelHeight - 2));
-    }
-    out += files_svg(members, inner, content) + "</g>";
+    out += region_svg(i, names[i], files[names[i]], inset(regions[i], 1.5), content);
   }
   return out + "</svg>";
 }
