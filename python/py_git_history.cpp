@@ -96,6 +96,8 @@ py::object branch_diff(const py::module_& host, const py::object& repository,
 
 // The smaller operations; defined in py_git_history_parts.cpp.
 void bind_git_history_parts(py::module_& module);
+// The internal ones; defined in py_git_history_internals.cpp.
+void bind_git_history_internals(py::module_& module);
 
 void bind_git_history(py::module_& module) {
   using py::arg;
@@ -112,6 +114,8 @@ void bind_git_history(py::module_& module) {
   module.attr("MAX_COMMITS") = git_history::MAX_COMMITS;
   module.attr("SYMBOLS_PER_ROW") = git_history::SYMBOLS_PER_ROW;
   bind_git_history_parts(module);
+  bind_git_history_internals(module);
+  py::register_exception_translator(translate_host_cause);
 }
 
 }  // namespace lomarind::python

@@ -184,12 +184,7 @@ repository_changes::IndexedPaths HostChangeIndex::indexed_paths(
     py::gil_scoped_release release;
     return own_.indexed_paths(db, paths);
   }
-  const py::object facts = op(db_, to_list(paths, to_str));
-  repository_changes::IndexedPaths result;
-  for (const py::handle item : facts.attr("items")()) {
-    result.emplace(to_bytes(item[py::int_(0)], "a path"), indexed_path_from(item[py::int_(1)]));
-  }
-  return result;
+  return indexed_paths_from(op(db_, to_list(paths, to_str)));
 }
 
 std::vector<repository_changes::SymbolOnLines> HostChangeIndex::symbols_on_lines(
@@ -363,6 +358,15 @@ py::str message_of(const git_history::GitHistoryError& error, const py::object& 
 }
 
 }  // namespace
+
+void translate_host_cause(std::exception_ptr failure) {
+  try {
+    if (failure) std::rethrow_exception(failure);
+  } catch (const HostCause& cause) {
+    PyErr_SetObject(reinterpret_cast<PyObject*>(Py_TYPE(cause.original().ptr())),
+                    cause.original().ptr());
+  }
+}
 
 void raise_history_error(const py::module_& host, const git_history::GitHistoryError& error) {
   const py::object cause = python_cause(host, error.cause());

@@ -187,6 +187,10 @@ struct HostNeighbours {
   git_history::GitHistory history{git_history::Neighbours{git, index, filters, pagination, logger}};
 };
 
+// An exception translator: a C++ error that stands for a Python exception
+// raises that very exception again.
+void translate_host_cause(std::exception_ptr failure);
+
 // Raises the module's Python GitHistoryError for `error`, its __cause__ the
 // Python GitError or ValueError behind it, and throws error_already_set.
 [[noreturn]] void raise_history_error(const py::module_& host,
