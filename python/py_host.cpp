@@ -256,21 +256,6 @@ Json HostPaginationHint::add_pagination_hint(Json result, std::int64_t count) co
 
 namespace {
 
-// The level numbers of Python's logging module.
-int python_level(LogLevel level) {
-  switch (level) {
-    case LogLevel::kDebug:
-      return 10;
-    case LogLevel::kWarning:
-      return 30;
-    case LogLevel::kError:
-      return 40;
-    case LogLevel::kInfo:
-      break;
-  }
-  return 20;
-}
-
 // The Python exception behind the failure being handled, if there is one.
 py::object handled_cause() {
   const std::exception_ptr failure = std::current_exception();
@@ -286,6 +271,21 @@ py::object handled_cause() {
 }
 
 }  // namespace
+
+// The level numbers of Python's logging module.
+int python_level(LogLevel level) {
+  switch (level) {
+    case LogLevel::kDebug:
+      return 10;
+    case LogLevel::kWarning:
+      return 30;
+    case LogLevel::kError:
+      return 40;
+    case LogLevel::kInfo:
+      break;
+  }
+  return 20;
+}
 
 HostLogSink::HostLogSink(py::module_ host, py::object repo_root)
     : host_(std::move(host)), repo_root_(std::move(repo_root)) {

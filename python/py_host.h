@@ -154,6 +154,9 @@ class HostPaginationHint final : public git_history::PaginationHint {
   mutable py::object returned_;
 };
 
+// The level number of Python's logging module for `level`.
+int python_level(LogLevel level);
+
 // Log records to host.logger, format and arguments unformatted. An argument
 // that is the repository root is the object the caller gave, and the text
 // of a failure being handled is the Python exception itself.

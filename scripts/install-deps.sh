@@ -9,6 +9,7 @@ packages=(
   nlohmann-json3-dev libcli11-dev libfmt-dev libutf8proc-dev
   universal-ctags
   pybind11-dev python3-dev python3-pytest
+  python3-venv python3-pip python3-setuptools python3-wheel
   libgtest-dev libgmock-dev libbenchmark-dev
 )
 sudo=""
