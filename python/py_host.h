@@ -23,6 +23,12 @@ namespace lomarind::python {
 
 namespace py = pybind11;
 
+// The extension's own `submodule`.`name`: what the package's neighbours are
+// bound to until a host replaces them.
+py::object own(const char* submodule, const char* name);
+// The object `name` on `module` now, or null while it is the package's own.
+py::object replaced_on(const py::object& module, const char* submodule, const char* name);
+
 // The Python exception behind a C++ error, kept so that the Python caller
 // sees the very exception as the cause of GitHistoryError and as the
 // argument of the warning that reports it.
