@@ -123,12 +123,15 @@ def test_the_host_gets_its_own_objects_back(repo, index, tmp_path, monkeypatch, 
     assert all(s[0] is git_history._WHOLE_FILE for s in spans.values())
 
 
+@pytest.mark.parametrize("replaced", [False, True], ids=["own reader", "replaced log"])
 @pytest.mark.parametrize("since, commit_count", [
     ("100000 years", 3),
     ("0001-01-01T00:00:00+01:00", 3),
     ("9999-12-31T23:59:59-23:59", 0),
 ])
-def test_periods_beyond_datetime_years(repo, index, since, commit_count):
+def test_periods_beyond_datetime_years(repo, index, monkeypatch, since, commit_count, replaced):
+    if replaced:
+        record(monkeypatch, ["log_commit_changes"], [])
     assert hotspots(index, repo.root, since=since)["commit_count"] == commit_count
 
 
