@@ -17,9 +17,12 @@ index=$repo/.git/lomarind/index.db
 unset GIT_DIR GIT_WORK_TREE GIT_INDEX_FILE
 
 echo "== build (Release) in $build_dir"
+# The extension is built for the system interpreter, which runs the Python row.
+python=/usr/bin/python3
 cmake -S "$source_dir" -B "$build_dir" -DCMAKE_BUILD_TYPE=Release \
-  -DLOMARIND_BUILD_BENCH=ON -DLOMARIND_BUILD_TESTS=OFF >/dev/null
-cmake --build "$build_dir" -j2 --target lomarind log_read_bench >/dev/null
+  -DLOMARIND_BUILD_BENCH=ON -DLOMARIND_BUILD_TESTS=OFF \
+  -DLOMARIND_BUILD_PYTHON=ON -DPython3_EXECUTABLE=$python >/dev/null
+cmake --build "$build_dir" -j2 --target lomarind log_read_bench _lomarind >/dev/null
 
 stamp=$(cat "$source_dir/bench/make_repo.py" "$source_dir/bench/make_index.py" | sha256sum)
 if [[ ! -f $build_dir/repo.stamp || $(cat "$build_dir/repo.stamp") != "$stamp" ]]; then
@@ -43,3 +46,6 @@ echo "== reading a period's log (one core)"
 
 echo "== answers against their git commands"
 python3 "$source_dir/bench/floor.py" "$build_dir/lomarind" "$repo" "$@"
+
+echo "== hotspots through the Python module against the program"
+(cd "$source_dir/bench" && "$python" python_row.py "$build_dir/lomarind" "$build_dir/python" "$repo" "$@")

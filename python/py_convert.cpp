@@ -1,5 +1,6 @@
 #include "py_convert.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace lomarind::python {
@@ -42,9 +43,16 @@ std::filesystem::path to_path(py::handle value) {
 }
 
 py::object to_datetime(std::chrono::sys_seconds time) {
+  // 0001-01-01T00:00:00 and 9999-12-31T23:59:59 UTC, the years a datetime
+  // holds. No commit lies beyond them, so a period that starts outside
+  // starts at the nearest of the two and reads the same commits.
+  constexpr std::int64_t kFirst = -62135596800;
+  constexpr std::int64_t kLast = 253402300799;
+  const std::int64_t seconds = std::clamp(time.time_since_epoch().count(), kFirst, kLast);
   const py::module_ datetime = py::module_::import("datetime");
   const py::object utc = datetime.attr("timezone").attr("utc");
-  return datetime.attr("datetime").attr("fromtimestamp")(time.time_since_epoch().count(), utc);
+  return datetime.attr("datetime").attr("fromtimestamp")(0, utc) +
+         datetime.attr("timedelta")(py::arg("seconds") = seconds);
 }
 
 std::chrono::sys_seconds to_sys_seconds(py::handle datetime) {

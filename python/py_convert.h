@@ -52,7 +52,7 @@ std::vector<std::string> to_bytes_list(py::handle items, std::string_view what);
 // A str, bytes or os.PathLike, as os.fsencode reads it.
 std::filesystem::path to_path(py::handle value);
 
-// An aware datetime in UTC.
+// An aware datetime in UTC, within the years 1 to 9999.
 py::object to_datetime(std::chrono::sys_seconds time);
 // A datetime (a naive one is taken as UTC), to whole seconds.
 std::chrono::sys_seconds to_sys_seconds(py::handle datetime);

@@ -48,8 +48,16 @@ void bind_filters(py::module_& module) {
       arg("directory"));
   module.def(
       "add_pagination_hint",
-      [](py::handle result, std::int64_t count) {
-        return json_to_python(pagination::add_pagination_hint(json_from_python(result), count));
+      [](py::object result, std::int64_t count) -> py::object {
+        const Json hinted = pagination::add_pagination_hint(json_from_python(result), count);
+        if (!py::isinstance<py::dict>(result)) return json_to_python(hinted);
+        // The record itself, with the hint's keys added in place.
+        py::dict record = result.cast<py::dict>();
+        for (const auto& [key, value] : hinted.items()) {
+          const py::str name = to_str(key);
+          if (!record.contains(name)) record[name] = json_to_python(value);
+        }
+        return record;
       },
       arg("result"), arg("count"));
 }

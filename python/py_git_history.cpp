@@ -5,6 +5,7 @@
 // exception, chained to the Python GitError or ValueError behind it.
 #include <string>
 
+#include "lomarind/utils/quoting.h"
 #include "py_bindings.h"
 #include "py_convert.h"
 #include "py_host.h"
@@ -26,7 +27,12 @@ py::object answer(Answer (git_history::GitHistory::*ask)(const repository_change
                   const py::object& repo_root, const Options& options) {
   HostNeighbours n(host, repo_root, repository.attr("db"));
   return answering(host, [&] {
-    return to_python_answer((n.history.*ask)(n.repository, to_path(repo_root), options));
+    py::object answer =
+        to_python_answer((n.history.*ask)(n.repository, to_path(repo_root), options));
+    // A Python hint's answer is the object it returned.
+    if (n.pagination.returned() && !py::isinstance<py::list>(answer))
+      return n.pagination.returned();
+    return answer;
   });
 }
 
@@ -47,6 +53,13 @@ py::object hotspots(const py::module_& host, const py::object& repository,
                     const py::object& repo_root, py::handle since, py::handle branch,
                     py::handle group_by, std::int64_t limit, std::int64_t offset,
                     bool source_only) {
+  if (group_by.is_none()) {
+    // The C++ answer takes a name; an absent one is refused here, as it
+    // would be there, before anything runs.
+    raise_history_error(
+        host, git_history::GitHistoryError("group_by must be 'file' or 'component'; got " +
+                                           quoting::quoted_name(std::optional<std::string>())));
+  }
   return answer(&git_history::GitHistory::hotspots, host, repository, repo_root,
                 git_history::HotspotsOptions{.since = to_bytes(since, "since"),
                                              .branch = to_optional_bytes(branch, "branch"),
@@ -83,6 +96,8 @@ py::object branch_diff(const py::module_& host, const py::object& repository,
 
 // The smaller operations; defined in py_git_history_parts.cpp.
 void bind_git_history_parts(py::module_& module);
+// The internal ones; defined in py_git_history_internals.cpp.
+void bind_git_history_internals(py::module_& module);
 
 void bind_git_history(py::module_& module) {
   using py::arg;
@@ -99,6 +114,8 @@ void bind_git_history(py::module_& module) {
   module.attr("MAX_COMMITS") = git_history::MAX_COMMITS;
   module.attr("SYMBOLS_PER_ROW") = git_history::SYMBOLS_PER_ROW;
   bind_git_history_parts(module);
+  bind_git_history_internals(module);
+  py::register_exception_translator(translate_host_cause);
 }
 
 }  // namespace lomarind::python

@@ -27,8 +27,18 @@ py::object branch_changes(const py::module_& host, const py::object& repo_root,
   });
 }
 
+// The caller's own records, in answer order. The order depends only on
+// lines changed and path, so each file's status can carry its position
+// through the sort.
 py::list by_lines_changed(py::handle files) {
-  return to_python_list(git_history::by_lines_changed(file_changes_from(files)));
+  const std::vector<py::object> given =
+      from_list(files, [](py::handle file) { return py::reinterpret_borrow<py::object>(file); });
+  std::vector<git_utils::FileChange> changes;
+  for (const py::object& file : given) changes.push_back(file_change_from(file));
+  for (std::size_t i = 0; i < changes.size(); ++i) changes[i].status = std::to_string(i);
+  return to_list(git_history::by_lines_changed(changes), [&](const git_utils::FileChange& change) {
+    return given[std::stoul(change.status)];
+  });
 }
 
 py::object changed_line_spans(const py::module_& host, const py::object& repo_root,
@@ -39,14 +49,25 @@ py::object changed_line_spans(const py::module_& host, const py::object& repo_ro
   const std::string head = to_bytes(head_commit, "head_commit");
   const auto changes = file_changes_from(files);
   return answering(host, [&]() -> py::object {
-    return to_python(n.history.changed_line_spans(to_path(repo_root), base, head, changes,
-                                                  {.merge_base = merge_base}));
+    const py::object whole_file = host.attr("_WHOLE_FILE");
+    py::dict result;
+    for (const auto& [path, spans] : n.history.changed_line_spans(
+             to_path(repo_root), base, head, changes, {.merge_base = merge_base})) {
+      // Whole-file spans are the module's one shared value.
+      result[to_str(path)] = to_list(spans, [&](const git_utils::LineSpan& span) {
+        return span == git_history::detail::kWholeFile ? whole_file : to_python(span);
+      });
+    }
+    return result;
   });
 }
 
+// Plain (path, start, end) triples, which the index's LineRange accepts.
 py::list line_ranges(py::handle spans, py::handle paths) {
-  return to_python_list(
-      git_history::line_ranges(line_spans_from(spans), to_bytes_list(paths, "a path")));
+  return to_list(git_history::line_ranges(line_spans_from(spans), to_bytes_list(paths, "a path")),
+                 [](const repository_changes::LineRange& range) {
+                   return py::make_tuple(to_str(range.path), range.start_line, range.end_line);
+                 });
 }
 
 py::object touched_symbols(const py::module_& host, const py::object& repository,

@@ -1,26 +1,44 @@
-// The git reader for Python: each call runs git without the GIL, through
-// a GitCli whose clock is the wall clock.
+// The git reader for Python: each call runs the production reader, whose
+// clock is the wall clock, without the GIL.
 #include <chrono>
 
-#include "lomarind/utils/git_cli.h"
+#include "lomarind/workers/git_history/default_neighbours.h"
 #include "py_bindings.h"
 #include "py_convert.h"
+#include "py_host.h"
 #include "py_records.h"
 
 namespace lomarind::python {
 
 namespace {
 
-git_utils::GitCli reader() {
-  return git_utils::GitCli(git_utils::GitRunner(), [] {
-    return std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
-  });
-}
+// Log lines of the reader (a cache it cannot use, say) to Python's logging,
+// under the logger that the record names.
+class LoggingSink final : public LogSink {
+ public:
+  void write(const LogRecord& record) const override {
+    py::gil_scoped_acquire gil;
+    py::list args;
+    args.append(python_level(record.level));
+    args.append(to_str(record.format));
+    for (const std::string& arg : record.args) args.append(to_str(arg));
+    py::module_::import("logging")
+        .attr("getLogger")(to_str(record.logger))
+        .attr("log")(*py::tuple(args));
+  }
+};
 
-// Runs `read` on a fresh reader without holding the GIL.
+// Runs `read` on the production reader without holding the GIL.
 template <typename Read>
 auto without_gil(Read read) {
-  const git_utils::GitCli git = reader();
+  const LoggingSink sink;
+  const git_history::ProductionHistory production(
+      {.now =
+           [] {
+             return std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
+           }},
+      sink);
+  const git_utils::GitReader& git = production.neighbours().git;
   py::gil_scoped_release release;
   return read(git);
 }
@@ -29,23 +47,25 @@ py::object resolve_commit(py::handle repo_root, py::handle name) {
   const auto root = to_path(repo_root);
   const std::string revision = to_bytes(name, "name");
   return to_optional_str(without_gil(
-      [&](const git_utils::GitCli& git) { return git.resolve_commit(root, revision); }));
+      [&](const git_utils::GitReader& git) { return git.resolve_commit(root, revision); }));
 }
 
 py::object resolve_display_branch(py::handle repo_root) {
   const auto root = to_path(repo_root);
-  return to_optional_str(
-      without_gil([&](const git_utils::GitCli& git) { return git.resolve_display_branch(root); }));
+  return to_optional_str(without_gil(
+      [&](const git_utils::GitReader& git) { return git.resolve_display_branch(root); }));
 }
 
 py::str get_default_branch(py::handle repo_root) {
   const auto root = to_path(repo_root);
   return to_str(
-      without_gil([&](const git_utils::GitCli& git) { return git.get_default_branch(root); }));
+      without_gil([&](const git_utils::GitReader& git) { return git.get_default_branch(root); }));
 }
 
 py::object parse_time_spec(py::handle since) {
-  return to_datetime(reader().parse_time_spec(to_bytes(since, "since")));
+  const std::string spec = to_bytes(since, "since");
+  return to_datetime(
+      without_gil([&](const git_utils::GitReader& git) { return git.parse_time_spec(spec); }));
 }
 
 py::list diff_file_changes(py::handle repo_root, py::handle base_commit, py::handle head_commit) {
@@ -53,7 +73,7 @@ py::list diff_file_changes(py::handle repo_root, py::handle base_commit, py::han
   const std::string base = to_bytes(base_commit, "base_commit");
   const std::string head = to_bytes(head_commit, "head_commit");
   return to_python_list(without_gil(
-      [&](const git_utils::GitCli& git) { return git.diff_file_changes(root, base, head); }));
+      [&](const git_utils::GitReader& git) { return git.diff_file_changes(root, base, head); }));
 }
 
 std::int64_t count_commits(py::handle repo_root, py::handle base_commit, py::handle head_commit) {
@@ -61,7 +81,7 @@ std::int64_t count_commits(py::handle repo_root, py::handle base_commit, py::han
   const std::string base = to_bytes(base_commit, "base_commit");
   const std::string head = to_bytes(head_commit, "head_commit");
   return without_gil(
-      [&](const git_utils::GitCli& git) { return git.count_commits(root, base, head); });
+      [&](const git_utils::GitReader& git) { return git.count_commits(root, base, head); });
 }
 
 py::list log_commit_changes(py::handle repo_root, py::handle since, py::handle ref,
@@ -69,7 +89,7 @@ py::list log_commit_changes(py::handle repo_root, py::handle since, py::handle r
   const auto root = to_path(repo_root);
   const auto start = to_sys_seconds(since);
   const std::string tip = to_bytes(ref, "ref");
-  return to_python_list(without_gil([&](const git_utils::GitCli& git) {
+  return to_python_list(without_gil([&](const git_utils::GitReader& git) {
     return git.log_commit_changes(root, start, tip, max_commits);
   }));
 }
@@ -78,7 +98,7 @@ py::object commit_before(py::handle repo_root, py::handle tip, py::handle start)
   const auto root = to_path(repo_root);
   const std::string tip_commit = to_bytes(tip, "tip");
   const auto start_time = to_sys_seconds(start);
-  return to_optional_str(without_gil([&](const git_utils::GitCli& git) {
+  return to_optional_str(without_gil([&](const git_utils::GitReader& git) {
     return git.commit_before(root, tip_commit, start_time);
   }));
 }
@@ -89,7 +109,7 @@ py::dict diff_line_spans(py::handle repo_root, py::handle base_commit, py::handl
   const std::string base = to_bytes(base_commit, "base_commit");
   const std::string head = to_bytes(head_commit, "head_commit");
   const std::vector<std::string> path_list = to_bytes_list(paths, "a path");
-  return to_python(without_gil([&](const git_utils::GitCli& git) {
+  return to_python(without_gil([&](const git_utils::GitReader& git) {
     return git.diff_line_spans(root, base, head, merge_base, path_list);
   }));
 }

@@ -7,24 +7,6 @@ namespace lomarind::python {
 
 namespace {
 
-// Runs a call of a Python neighbour; a Python exception of `type` becomes
-// the C++ error `Host` that the answers understand.
-template <typename Host, typename Call>
-py::object raising_as(const py::object& type, std::string_view what, Call call) {
-  try {
-    return call();
-  } catch (py::error_already_set& error) {
-    if (!error.matches(type)) throw;
-    const std::string message = to_bytes(py::str(error.value()), what);
-    throw Host(message, std::move(error));
-  }
-}
-
-template <typename Call>
-py::object calling_git(const py::module_& host, Call call) {
-  return raising_as<HostGitError>(host.attr("GitError"), "a GitError's text", call);
-}
-
 bool truthy(const py::object& value) {
   const int result = PyObject_IsTrue(value.ptr());
   if (result < 0) throw py::error_already_set();
@@ -33,141 +15,119 @@ bool truthy(const py::object& value) {
 
 }  // namespace
 
-py::object HostGitReader::operation(const char* name) const {
-  return host_.attr("git_utils").attr(name);
+py::object own(const char* submodule, const char* name) {
+  return py::module_::import("lomarind._lomarind").attr(submodule).attr(name);
 }
 
-py::object HostGitReader::start_time(std::chrono::sys_seconds start) const {
-  if (last_start_ && start == last_start_seconds_) return last_start_;
-  return to_datetime(start);
+py::object replaced_on(const py::object& module, const char* submodule, const char* name) {
+  py::object current = module.attr(name);
+  if (current.is(own(submodule, name))) return py::object();
+  return current;
 }
 
-std::optional<std::string> HostGitReader::resolve_commit(const std::filesystem::path&,
-                                                         const std::string& name) const {
-  const py::object commit =
-      calling_git(host_, [&] { return operation("resolve_commit")(repo_root_, to_str(name)); });
-  return to_optional_bytes(commit, "a commit id");
-}
-
-std::optional<std::string> HostGitReader::resolve_display_branch(
-    const std::filesystem::path&) const {
-  const py::object name =
-      calling_git(host_, [&] { return operation("resolve_display_branch")(repo_root_); });
-  return to_optional_bytes(name, "a branch name");
-}
-
-std::string HostGitReader::get_default_branch(const std::filesystem::path&) const {
-  const py::object name =
-      calling_git(host_, [&] { return operation("get_default_branch")(repo_root_); });
-  return to_bytes(name, "the default branch");
-}
-
-std::chrono::sys_seconds HostGitReader::parse_time_spec(const std::string& since) const {
-  const py::object start = raising_as<HostValueError>(
-      py::reinterpret_borrow<py::object>(PyExc_ValueError), "a ValueError's text",
-      [&] { return operation("parse_time_spec")(to_str(since)); });
-  last_start_seconds_ = to_sys_seconds(start);
-  last_start_ = start;
-  return last_start_seconds_;
-}
-
-std::vector<git_utils::FileChange> HostGitReader::diff_file_changes(
-    const std::filesystem::path&, const std::string& base_commit,
-    const std::string& head_commit) const {
-  const py::object files = calling_git(host_, [&] {
-    return operation("diff_file_changes")(repo_root_, to_str(base_commit), to_str(head_commit));
-  });
-  return file_changes_from(files);
-}
-
-std::int64_t HostGitReader::count_commits(const std::filesystem::path&,
-                                          const std::string& base_commit,
-                                          const std::string& head_commit) const {
-  const py::object count = calling_git(host_, [&] {
-    return operation("count_commits")(repo_root_, to_str(base_commit), to_str(head_commit));
-  });
-  return count.cast<std::int64_t>();
-}
-
-std::vector<git_utils::CommitChanges> HostGitReader::log_commit_changes(
-    const std::filesystem::path&, std::chrono::sys_seconds since, const std::string& ref,
-    int max_commits) const {
-  using py::arg;
-  const py::object commits = calling_git(host_, [&] {
-    return operation("log_commit_changes")(repo_root_, arg("since") = start_time(since),
-                                           arg("ref") = to_str(ref),
-                                           arg("max_commits") = max_commits);
-  });
-  return from_list(commits, commit_changes_from);
-}
-
-std::optional<std::string> HostGitReader::commit_before(const std::filesystem::path&,
-                                                        const std::string& tip,
-                                                        std::chrono::sys_seconds start) const {
-  const py::object commit = calling_git(host_, [&] {
-    return operation("commit_before")(repo_root_, to_str(tip), start_time(start));
-  });
-  return to_optional_bytes(commit, "a commit id");
-}
-
-git_utils::LineSpansByPath HostGitReader::diff_line_spans(
-    const std::filesystem::path&, const std::string& base_commit, const std::string& head_commit,
-    bool merge_base, const std::vector<std::string>& paths) const {
-  using py::arg;
-  const py::object spans = calling_git(host_, [&] {
-    return operation("diff_line_spans")(repo_root_, to_str(base_commit), to_str(head_commit),
-                                        arg("merge_base") = merge_base,
-                                        arg("paths") = to_list(paths, to_str));
-  });
-  return line_spans_from(spans);
+py::object HostChangeIndex::replaced(const char* name) const {
+  py::object current = host_.attr("repository_changes").attr(name);
+  if (current.is(own("storage", name)) && py::isinstance<repository_changes::IndexDb>(db_)) {
+    return py::object();
+  }
+  return current;
 }
 
 repository_changes::IndexedPaths HostChangeIndex::indexed_paths(
     const repository_changes::IndexDb&, const std::vector<std::string>& paths) const {
-  const py::object facts =
-      host_.attr("repository_changes").attr("indexed_paths")(db_, to_list(paths, to_str));
-  repository_changes::IndexedPaths result;
-  for (const py::handle item : facts.attr("items")()) {
-    result.emplace(to_bytes(item[py::int_(0)], "a path"), indexed_path_from(item[py::int_(1)]));
+  const py::object op = replaced("indexed_paths");
+  if (!op) {
+    const auto& db = db_.cast<const repository_changes::IndexDb&>();
+    py::gil_scoped_release release;
+    return own_.indexed_paths(db, paths);
   }
-  return result;
+  return indexed_paths_from(op(db_, to_list(paths, to_str)));
 }
 
 std::vector<repository_changes::SymbolOnLines> HostChangeIndex::symbols_on_lines(
     const repository_changes::IndexDb&, const std::vector<repository_changes::LineRange>& ranges,
-    std::span<const std::string_view>, int per_file) const {
-  const py::object line_range = host_.attr("LineRange");
-  const py::list range_list = to_list(ranges, [&](const repository_changes::LineRange& range) {
-    return line_range(to_str(range.path), range.start_line, range.end_line);
+    std::span<const std::string_view> kinds, int per_file) const {
+  const py::object op = replaced("symbols_on_lines");
+  const py::object host_kinds = host_.attr("CHANGE_KINDS");
+  if (!op && host_kinds.is(own("filters", "RETRIEVABLE_KINDS"))) {
+    const auto& db = db_.cast<const repository_changes::IndexDb&>();
+    py::gil_scoped_release release;
+    return own_.symbols_on_lines(db, ranges, kinds, per_file);
+  }
+  // Plain triples, as the module builds a LineRange.
+  const py::list range_list = to_list(ranges, [](const repository_changes::LineRange& range) {
+    return py::make_tuple(to_str(range.path), range.start_line, range.end_line);
   });
-  const py::object symbols =
-      host_.attr("repository_changes")
-          .attr("symbols_on_lines")(db_, range_list, host_.attr("CHANGE_KINDS"),
-                                    py::arg("per_file") = per_file);
+  const py::object query = op ? op : host_.attr("repository_changes").attr("symbols_on_lines");
+  const py::object symbols = query(db_, range_list, host_kinds, py::arg("per_file") = per_file);
   return from_list(symbols, symbol_from);
 }
 
 bool HostSourceFilters::in_source_languages(std::string_view language) const {
-  return host_.attr("SOURCE_LANGUAGES").contains(to_str(language));
+  const py::object languages = host_.attr("SOURCE_LANGUAGES");
+  if (languages.is(own("filters", "SOURCE_LANGUAGES"))) return own_.in_source_languages(language);
+  return languages.contains(to_str(language));
 }
 
 bool HostSourceFilters::is_source_extension(std::string_view path) const {
-  return truthy(host_.attr("is_source_extension")(to_str(path)));
+  const py::object op = replaced_on(host_, "filters", "is_source_extension");
+  if (!op) return own_.is_source_extension(path);
+  return truthy(op(to_str(path)));
 }
 
 bool HostSourceFilters::is_test_path(std::string_view path) const {
-  return truthy(host_.attr("is_test_path")(to_str(path)));
+  const py::object op = replaced_on(host_, "filters", "is_test_path");
+  if (!op) return own_.is_test_path(path);
+  return truthy(op(to_str(path)));
 }
 
 bool HostSourceFilters::should_skip_path(std::string_view directory) const {
-  return truthy(host_.attr("should_skip_path")(to_str(directory)));
+  const py::object op = replaced_on(host_, "filters", "should_skip_path");
+  if (!op) return own_.should_skip_path(directory);
+  return truthy(op(to_str(directory)));
+}
+
+void HostPaginationHint::write_into(py::dict into, py::object rows_key, py::object rows) {
+  into_ = std::move(into);
+  rows_key_ = std::move(rows_key);
+  rows_ = std::move(rows);
 }
 
 Json HostPaginationHint::add_pagination_hint(Json result, std::int64_t count) const {
-  return json_from_python(host_.attr("add_pagination_hint")(json_to_python(result), count));
+  py::object op = host_.attr("add_pagination_hint");
+  if (!into_ && op.is(own("filters", "add_pagination_hint"))) {
+    return own_.add_pagination_hint(std::move(result), count);
+  }
+  py::object record = json_to_python(result);
+  if (into_) {
+    // The caller's own record, its rows the very list it gave.
+    for (const auto& [key, value] : record.cast<py::dict>()) {
+      into_[key] =
+          py::str(key).equal(rows_key_) ? rows_ : py::reinterpret_borrow<py::object>(value);
+    }
+    record = into_;
+  }
+  returned_ = op(record, count);
+  return json_from_python(returned_);
 }
 
 namespace {
+
+// The Python exception behind the failure being handled, if there is one.
+py::object handled_cause() {
+  const std::exception_ptr failure = std::current_exception();
+  if (!failure) return py::object();
+  try {
+    std::rethrow_exception(failure);
+  } catch (const HostCause& cause) {
+    return cause.original();
+  } catch (...) {
+    // Any other failure has no Python object of its own.
+  }
+  return py::object();
+}
+
+}  // namespace
 
 // The level numbers of Python's logging module.
 int python_level(LogLevel level) {
@@ -184,15 +144,46 @@ int python_level(LogLevel level) {
   return 20;
 }
 
-}  // namespace
+HostLogSink::HostLogSink(py::module_ host, py::object repo_root)
+    : host_(std::move(host)), repo_root_(std::move(repo_root)) {
+  if (!repo_root_.is_none()) repo_root_text_ = to_path(repo_root_).string();
+}
 
 void HostLogSink::write(const LogRecord& record) const {
+  // The production neighbours may log while they run without the GIL.
+  py::gil_scoped_acquire gil;
+  const py::object cause = handled_cause();
   py::list args;
   args.append(python_level(record.level));
   args.append(to_str(record.format));
-  for (const std::string& arg : record.args) args.append(to_str(arg));
+  // A C++ text ends at its first NUL.
+  std::string cause_text;
+  if (cause) cause_text = to_bytes(py::str(cause), "an exception's text").c_str();
+  for (const std::string& arg : record.args) {
+    if (cause && arg == cause_text) {
+      args.append(cause);
+    } else if (!repo_root_.is_none() && arg == repo_root_text_) {
+      args.append(repo_root_);
+    } else {
+      args.append(to_str(arg));
+    }
+  }
   host_.attr("logger").attr("log")(*py::tuple(args));
 }
+
+HostNeighbours::HostNeighbours(const py::module_& host, const py::object& repo_root,
+                               const py::object& db)
+    : sink(host, repo_root),
+      production(
+          {.now =
+               [] {
+                 return std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
+               }},
+          sink),
+      git(host, repo_root, production.neighbours().git),
+      index(host, db, production.neighbours().index),
+      filters(host, production.neighbours().filters),
+      pagination(host, production.neighbours().pagination) {}
 
 namespace {
 
@@ -201,7 +192,7 @@ py::object python_cause(const py::module_& host, const std::exception_ptr& cause
   try {
     std::rethrow_exception(cause);
   } catch (const HostCause& error) {
-    return error.original().value();
+    return error.original();
   } catch (const git_utils::GitError& error) {
     return host.attr("GitError")(to_str(error.what()));
   } catch (const std::invalid_argument& error) {
@@ -212,11 +203,31 @@ py::object python_cause(const py::module_& host, const std::exception_ptr& cause
   return py::none();
 }
 
+// The message of `error`. A C++ message ends at a NUL, but a translated
+// one ends with its cause's text, so the rest comes from the cause.
+py::str message_of(const git_history::GitHistoryError& error, const py::object& cause) {
+  py::str message = to_str(error.what());
+  if (cause.is_none()) return message;
+  const py::str text = py::str(cause);
+  const Py_ssize_t nul = PyUnicode_FindChar(text.ptr(), 0, 0, PyUnicode_GET_LENGTH(text.ptr()), 1);
+  if (nul < 0) return message;
+  return py::str(message + text[py::slice(nul, PyUnicode_GET_LENGTH(text.ptr()), 1)]);
+}
+
 }  // namespace
 
+void translate_host_cause(std::exception_ptr failure) {
+  try {
+    if (failure) std::rethrow_exception(failure);
+  } catch (const HostCause& cause) {
+    PyErr_SetObject(reinterpret_cast<PyObject*>(Py_TYPE(cause.original().ptr())),
+                    cause.original().ptr());
+  }
+}
+
 void raise_history_error(const py::module_& host, const git_history::GitHistoryError& error) {
-  py::object exception = host.attr("GitHistoryError")(to_str(error.what()));
   const py::object cause = python_cause(host, error.cause());
+  py::object exception = host.attr("GitHistoryError")(message_of(error, cause));
   // Like `raise ... from cause`: setting __cause__ also suppresses the context.
   if (!cause.is_none()) exception.attr("__cause__") = cause;
   PyErr_SetObject(reinterpret_cast<PyObject*>(Py_TYPE(exception.ptr())), exception.ptr());

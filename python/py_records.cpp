@@ -80,6 +80,25 @@ repository_changes::SymbolOnLines symbol_from(py::handle symbol) {
       text(symbol, "fqn"),  integer(symbol, "start_line"), integer(symbol, "end_line")};
 }
 
+git_history::detail::PathHistory path_history_from(py::handle history) {
+  return git_history::detail::PathHistory{.path = text(history, "path"),
+                                          .origin = text(history, "origin"),
+                                          .created = history.attr("created").cast<bool>(),
+                                          .exists = history.attr("exists").cast<bool>(),
+                                          .commits = integer(history, "commits"),
+                                          .additions = integer(history, "additions"),
+                                          .deletions = integer(history, "deletions"),
+                                          .last_changed = integer(history, "last_changed")};
+}
+
+repository_changes::IndexedPaths indexed_paths_from(py::handle facts) {
+  repository_changes::IndexedPaths result;
+  for (const py::handle item : facts.attr("items")()) {
+    result.emplace(to_bytes(item[py::int_(0)], "a path"), indexed_path_from(item[py::int_(1)]));
+  }
+  return result;
+}
+
 py::object to_python(const git_utils::FileChange& change) {
   return git_utils_class("FileChange")(to_str(change.path), to_str(change.status), change.additions,
                                        change.deletions, to_optional_str(change.old_path));
@@ -112,6 +131,15 @@ py::object to_python(const repository_changes::LineRange& range) {
 py::object to_python(const repository_changes::SymbolOnLines& symbol) {
   return index_class("SymbolOnLines")(to_str(symbol.path), to_str(symbol.name), to_str(symbol.kind),
                                       to_str(symbol.fqn), symbol.start_line, symbol.end_line);
+}
+
+py::object to_python(const py::module_& host, const git_history::detail::PathHistory& history) {
+  using py::arg;
+  return host.attr("_PathHistory")(
+      to_str(history.path), to_str(history.origin), arg("created") = history.created,
+      arg("exists") = history.exists, arg("commits") = history.commits,
+      arg("additions") = history.additions, arg("deletions") = history.deletions,
+      arg("last_changed") = history.last_changed);
 }
 
 }  // namespace lomarind::python

@@ -10,6 +10,7 @@
 
 #include "lomarind/storage/repository_changes.h"
 #include "lomarind/utils/git_utils.h"
+#include "lomarind/workers/git_history/records.h"
 #include "py_convert.h"
 
 namespace lomarind::python {
@@ -25,6 +26,10 @@ repository_changes::IndexedPath indexed_path_from(py::handle facts);
 // A LineRange or a (path, start_line, end_line) triple.
 repository_changes::LineRange line_range_from(py::handle range);
 repository_changes::SymbolOnLines symbol_from(py::handle symbol);
+// A _PathHistory, read by attribute.
+git_history::detail::PathHistory path_history_from(py::handle history);
+// A map from path to IndexedPath.
+repository_changes::IndexedPaths indexed_paths_from(py::handle facts);
 
 // New records of the package's classes.
 py::object to_python(const git_utils::FileChange& change);
@@ -34,6 +39,8 @@ py::dict to_python(const git_utils::LineSpansByPath& spans_by_path);
 py::object to_python(const repository_changes::IndexedPath& facts);
 py::object to_python(const repository_changes::LineRange& range);
 py::object to_python(const repository_changes::SymbolOnLines& symbol);
+// A new record of `host`._PathHistory.
+py::object to_python(const py::module_& host, const git_history::detail::PathHistory& history);
 
 // A list of the records, each as to_python makes it.
 template <typename Record>

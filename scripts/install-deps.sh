@@ -5,6 +5,7 @@ set -euo pipefail
 export DEBIAN_FRONTEND=noninteractive
 packages=(
   git cmake g++ make pkg-config
+  python3-venv python3-pip python3-setuptools python3-wheel
   libsqlite3-dev libsqlitecpp-dev sqlite3
   nlohmann-json3-dev libcli11-dev libfmt-dev libutf8proc-dev
   universal-ctags

@@ -1,7 +1,7 @@
 """What the history module asks the index about changed files."""
 
 from dataclasses import dataclass
-from typing import Any, Optional
+from typing import Any, NamedTuple, Optional
 
 from lomarind import _lomarind
 
@@ -27,9 +27,9 @@ class IndexedPath:
     component: Optional[str] = None
 
 
-@dataclass(frozen=True)
-class LineRange:
-    """Lines `start_line`..`end_line` (inclusive) of one file."""
+class LineRange(NamedTuple):
+    """Lines `start_line`..`end_line` (inclusive) of one file; a plain
+    (path, start_line, end_line) triple serves as well."""
 
     path: str
     start_line: int

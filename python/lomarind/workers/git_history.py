@@ -14,7 +14,7 @@ here, or on its own module, takes effect on the next call.
 import logging
 import sys
 from dataclasses import dataclass
-from typing import Optional
+from typing import Optional, TypeVar
 
 from lomarind import _lomarind
 from lomarind.storage import repository_changes
@@ -32,10 +32,12 @@ _this = sys.modules[__name__]
 MAX_COMMITS = _core.MAX_COMMITS
 SYMBOLS_PER_ROW = _core.SYMBOLS_PER_ROW
 CHANGE_KINDS: frozenset = RETRIEVABLE_KINDS
-_WHOLE_FILE = LineSpan(1, 2000000000, True)
-_SAME_COMMIT_NOTE = "Already on base branch"
+_WHOLE_FILE = LineSpan(*_core.WHOLE_FILE)
+_SAME_COMMIT_NOTE = _core.SAME_COMMIT_NOTE
 
 logger = logging.getLogger(__name__)
+
+T = TypeVar("T")
 
 
 class GitHistoryError(Exception):
@@ -56,7 +58,30 @@ class BranchChanges:
     @property
     def note(self) -> Optional[str]:
         """Why there is nothing to compare, when the head is the base."""
-        return _SAME_COMMIT_NOTE if self.base_commit == self.head_commit else None
+        return _core.branch_note(self.base_commit, self.head_commit)
+
+
+@dataclass
+class _PathHistory:
+    """What a period did to one file, followed across renames."""
+
+    path: str
+    origin: str
+    created: bool
+    exists: bool = True
+    commits: int = 0
+    additions: int = 0
+    deletions: int = 0
+    last_changed: int = 0
+
+    @property
+    def status(self) -> str:
+        """deleted, added, modified or renamed, in that order of precedence."""
+        return _core.path_status(self)
+
+    def as_change(self) -> FileChange:
+        """The history as the git reader's FileChange."""
+        return _core.as_change(self)
 
 
 def is_source_path(path, language):
@@ -125,3 +150,74 @@ def touched_symbols(repository, repo_root, base_commit, head_commit, files, *, m
 def symbol_row(symbol):
     """The answer row of one symbol."""
     return _core.symbol_row(symbol)
+
+
+def _reading_git():
+    """The guard of a block of git reads: a GitError leaving it is logged and
+    raised as GitHistoryError, chained to it."""
+    return _core.ReadingGit(_this)
+
+
+def _period_start(since):
+    """The start of the period `since`."""
+    return _core.period_start(_this, since)
+
+
+def _resolve_base(repo_root, name):
+    """(name, commit) of the named base, else of the default branch."""
+    return _core.resolve_base(_this, repo_root, name)
+
+
+def _resolve_head(repo_root, name, parameter):
+    """(name, commit) of the named head, else of what is checked out."""
+    return _core.resolve_head(_this, repo_root, name, parameter)
+
+
+def _resolve_branch(repo_root, name):
+    """(name, commit) of `name`, else of origin/`name`; None when neither resolves."""
+    return _core.resolve_branch(_this, repo_root, name)
+
+
+def _histories(commits):
+    """One _PathHistory per file of a log (newest first), followed across renames."""
+    return _core.histories(_this, commits)
+
+
+def _is_source(path, facts):
+    """is_source_path with the language the index holds for `path`, if any."""
+    return _core.is_source(_this, path, facts)
+
+
+def _history_row(history):
+    """The change row of history.as_change(), then commits and last_changed."""
+    return _core.history_row(history)
+
+
+def _period_fields(since, branch, commits):
+    """since, branch, commit_count and, at the commit limit, commit_limit_reached."""
+    return _core.period_fields(since, branch, commits)
+
+
+def _file_rows(histories, facts):
+    """One file hotspot row per history, scored against the first."""
+    return _core.file_rows(histories, facts)
+
+
+def _component_rows(histories, facts):
+    """One hotspot row per component, ranked by commits, then name."""
+    return _core.component_rows(histories, facts)
+
+
+def _attach_symbols(rows, symbols):
+    """Sets each row's symbols to those listed under its path."""
+    _core.attach_symbols(rows, symbols)
+
+
+def _page(items, limit, offset):
+    """The items of one page, as a new list."""
+    return _core.page(items, limit, offset)
+
+
+def _paginated(result, key, rows, total, limit, offset):
+    """The result with its page of rows and the pagination fields every list answer carries."""
+    return _core.paginated(_this, result, key, rows, total, limit, offset)
