@@ -19,7 +19,7 @@ int run_history(const CommandLine& line, const Args& args, const Terminal& termi
                 int (*command)(const HistoryQuery&, const Args&, const Terminal&)) {
   const RepositoryLocation location = locate_repository(git_utils::GitRunner(), line.global);
   HistorySession session(location.root, open_query_index(location, terminal.err),
-                         terminal.render.now, sink);
+                         {.now = terminal.render.now, .commit_cache = !line.global.no_cache}, sink);
   return command(session.query(), args, terminal);
 }
 
@@ -52,7 +52,7 @@ int run_command(const CommandLine& line, const Terminal& terminal, const LogSink
         } else {
           const RepositoryLocation location =
               locate_repository(git_utils::GitRunner(), line.global);
-          return run_index(location, args, terminal, stop);
+          return run_index(location, args, terminal, {!line.global.no_cache, sink}, stop);
         }
       },
       line.command);

@@ -1,0 +1,239 @@
+#include "lomarind/storage/cached_git_reader.h"
+
+#include <future>
+#include <map>
+#include <optional>
+#include <set>
+#include <utility>
+
+#include "lomarind/storage/commit_cache.h"
+#include "lomarind/utils/diff_settings.h"
+
+namespace lomarind::commit_cache {
+namespace {
+
+using git_utils::CommitChanges;
+using git_utils::DiffSettings;
+
+// Changes with the diff flags, the rename limit or the stored layout, so
+// that entries written under other ones are never served.
+constexpr std::string_view kFormat =
+    "lomarind commit changes 1: log -z --raw --numstat -M, renameLimit=1000, myers, showRoot, "
+    "no textconv";
+
+// FNV-1a: stable across builds and processes, which std::hash is not.
+std::uint64_t fingerprint(std::string_view state) {
+  std::uint64_t hash = 14695981039346656037ull;
+  for (std::string_view part : {kFormat, state}) {
+    for (char c : part) {
+      hash ^= static_cast<unsigned char>(c);
+      hash *= 1099511628211ull;
+    }
+    hash ^= 0xff;
+    hash *= 1099511628211ull;
+  }
+  return hash;
+}
+
+// One answer's use of the cache: the commits it holds, checked against the
+// repository as it is now, and the commits read from git added to it.
+class CacheUse {
+ public:
+  CacheUse(CommitCache cache, DiffSettings settings, const git_utils::GitRunner& runner,
+           const std::filesystem::path& repo_root)
+      : cache_(std::move(cache)),
+        settings_(std::move(settings)),
+        fingerprint_(fingerprint(settings_.repository_state)),
+        runner_(runner),
+        repo_root_(repo_root) {}
+
+  // Gives the commits the cache holds their files; returns the positions
+  // of the others. Throws CacheError or GitError, having filled nothing.
+  std::vector<std::size_t> fill(std::vector<CommitChanges>& commits);
+  // Adds the commits at `read` positions. Throws CacheError or GitError.
+  void keep(const std::vector<CommitChanges>& commits, const std::vector<std::size_t>& read);
+
+ private:
+  // Asks git for the `diff` attribute of each of `paths` not asked yet.
+  void learn_attributes(const std::set<std::string>& paths);
+  bool current(const CachedChange& file) const;
+
+  CommitCache cache_;
+  const DiffSettings settings_;
+  const std::uint64_t fingerprint_;
+  const git_utils::GitRunner& runner_;
+  const std::filesystem::path& repo_root_;
+  std::map<std::string, std::string> attributes_;
+};
+
+void CacheUse::learn_attributes(const std::set<std::string>& paths) {
+  std::vector<std::string> asked;
+  for (const std::string& path : paths) {
+    if (!attributes_.contains(path)) asked.push_back(path);
+  }
+  std::vector<std::string> values = git_utils::diff_attributes(runner_, repo_root_, asked);
+  for (std::size_t i = 0; i < asked.size(); ++i) attributes_[asked[i]] = std::move(values[i]);
+}
+
+bool CacheUse::current(const CachedChange& file) const {
+  if (attributes_.at(file.change.path) != file.attribute) return false;
+  return !file.change.old_path || attributes_.at(*file.change.old_path) == file.old_attribute;
+}
+
+std::vector<std::size_t> CacheUse::fill(std::vector<CommitChanges>& commits) {
+  std::vector<std::string> ids;
+  for (const CommitChanges& commit : commits) ids.push_back(commit.commit);
+  std::vector<std::optional<std::vector<CachedChange>>> found = cache_.find(fingerprint_, ids);
+  std::set<std::string> paths;
+  for (const auto& files : found) {
+    for (const CachedChange& file : files.value_or(std::vector<CachedChange>{})) {
+      paths.insert(file.change.path);
+      if (file.change.old_path) paths.insert(*file.change.old_path);
+    }
+  }
+  learn_attributes(paths);
+  std::vector<std::size_t> missing;
+  for (std::size_t i = 0; i < commits.size(); ++i) {
+    // A shallow commit's diff changes once its parents arrive.
+    bool usable = found[i] && !settings_.shallow.contains(commits[i].commit) &&
+                  std::all_of(found[i]->begin(), found[i]->end(),
+                              [this](const CachedChange& file) { return current(file); });
+    if (!usable) {
+      missing.push_back(i);
+      continue;
+    }
+    for (CachedChange& file : *found[i]) commits[i].files.push_back(std::move(file.change));
+  }
+  return missing;
+}
+
+void CacheUse::keep(const std::vector<CommitChanges>& commits,
+                    const std::vector<std::size_t>& read) {
+  std::set<std::string> paths;
+  for (std::size_t i : read) {
+    for (const git_utils::FileChange& file : commits[i].files) {
+      paths.insert(file.path);
+      if (file.old_path) paths.insert(*file.old_path);
+    }
+  }
+  learn_attributes(paths);
+  std::vector<CachedCommit> kept;
+  for (std::size_t i : read) {
+    if (settings_.shallow.contains(commits[i].commit)) continue;
+    CachedCommit& commit = kept.emplace_back(CachedCommit{commits[i].commit, {}});
+    for (const git_utils::FileChange& file : commits[i].files) {
+      commit.files.push_back(
+          {file, attributes_.at(file.path), file.old_path ? attributes_.at(*file.old_path) : ""});
+    }
+  }
+  cache_.store(fingerprint_, kept);
+}
+
+}  // namespace
+
+std::filesystem::path cache_file(const std::filesystem::path& common_dir) {
+  return common_dir / "lomarind" / "commits.db";
+}
+
+void CachedGitReader::warn_once(const std::string& message) const {
+  if (warned_.exchange(true)) return;
+  warnings_.warning("%s; reading every commit from git", {message});
+}
+
+std::vector<CommitChanges> CachedGitReader::log_commit_changes(
+    const std::filesystem::path& repo_root, std::chrono::sys_seconds since, const std::string& ref,
+    int max_commits) const {
+  // What shapes the diffs is read while git lists the commits.
+  std::future<DiffSettings> settings = std::async(std::launch::async, [this, &repo_root] {
+    return git_utils::read_diff_settings(runner_, repo_root);
+  });
+  std::vector<CommitChanges> commits = git_.log_commit_times(repo_root, since, ref, max_commits);
+  if (commits.empty()) return commits;
+  std::optional<CacheUse> use;
+  std::vector<std::size_t> missing;
+  try {
+    DiffSettings read = settings.get();
+    if (!read.checkable) throw CacheError("what shapes this repository's diffs cannot be checked");
+    const std::filesystem::path file = cache_file(read.common_dir);
+    use.emplace(CommitCache::open(file), std::move(read), runner_, repo_root);
+    missing = use->fill(commits);
+  } catch (const std::exception& e) {
+    if (!dynamic_cast<const CacheError*>(&e) && !dynamic_cast<const git_utils::GitError*>(&e)) {
+      throw;
+    }
+    warn_once(e.what());
+    use.reset();
+    missing.resize(commits.size());
+    for (std::size_t i = 0; i < commits.size(); ++i) missing[i] = i;
+  }
+  read_missing(repo_root, commits, missing);
+  if (!use || missing.empty()) return commits;
+  try {
+    use->keep(commits, missing);
+  } catch (const CacheError& e) {
+    warn_once(e.what());
+  } catch (const git_utils::GitError& e) {
+    warn_once(e.what());
+  }
+  return commits;
+}
+
+void CachedGitReader::read_missing(const std::filesystem::path& repo_root,
+                                   std::vector<CommitChanges>& commits,
+                                   const std::vector<std::size_t>& missing) const {
+  if (missing.empty()) return;
+  std::vector<std::string> ids;
+  ids.reserve(missing.size());
+  for (std::size_t i : missing) ids.push_back(commits[i].commit);
+  std::vector<CommitChanges> read = git_.read_commit_changes(repo_root, ids);
+  for (std::size_t k = 0; k < missing.size(); ++k) {
+    if (read[k].commit != ids[k]) {
+      throw git_utils::GitError("git showed commit " + read[k].commit + " for " + ids[k]);
+    }
+    commits[missing[k]].files = std::move(read[k].files);
+  }
+}
+
+std::optional<std::string> CachedGitReader::resolve_commit(const std::filesystem::path& repo_root,
+                                                           const std::string& name) const {
+  return git_.resolve_commit(repo_root, name);
+}
+
+std::optional<std::string> CachedGitReader::resolve_display_branch(
+    const std::filesystem::path& repo_root) const {
+  return git_.resolve_display_branch(repo_root);
+}
+
+std::string CachedGitReader::get_default_branch(const std::filesystem::path& repo_root) const {
+  return git_.get_default_branch(repo_root);
+}
+
+std::chrono::sys_seconds CachedGitReader::parse_time_spec(const std::string& since) const {
+  return git_.parse_time_spec(since);
+}
+
+std::vector<git_utils::FileChange> CachedGitReader::diff_file_changes(
+    const std::filesystem::path& repo_root, const std::string& base_commit,
+    const std::string& head_commit) const {
+  return git_.diff_file_changes(repo_root, base_commit, head_commit);
+}
+
+std::int64_t CachedGitReader::count_commits(const std::filesystem::path& repo_root,
+                                            const std::string& base_commit,
+                                            const std::string& head_commit) const {
+  return git_.count_commits(repo_root, base_commit, head_commit);
+}
+
+std::optional<std::string> CachedGitReader::commit_before(const std::filesystem::path& repo_root,
+                                                          const std::string& tip,
+                                                          std::chrono::sys_seconds start) const {
+  return git_.commit_before(repo_root, tip, start);
+}
+
+git_utils::LineSpansByPath CachedGitReader::diff_line_spans(
+    const std::filesystem::path& repo_root, const std::string& base_commit,
+    const std::string& head_commit, bool merge_base, const std::vector<std::string>& paths) const {
+  return git_.diff_line_spans(repo_root, base_commit, head_commit, merge_base, paths);
+}
+
+}  // namespace lomarind::commit_cache

@@ -1,0 +1,308 @@
+#include "lomarind/storage/commit_cache.h"
+
+#include <SQLiteCpp/Database.h>
+#include <SQLiteCpp/Exception.h>
+#include <SQLiteCpp/Statement.h>
+#include <SQLiteCpp/Transaction.h>
+#include <sqlite3.h>
+
+#include <algorithm>
+#include <array>
+#include <map>
+#include <string_view>
+#include <system_error>
+#include <utility>
+
+namespace lomarind::commit_cache {
+namespace {
+
+// "lmcc": tells our file from any other SQLite database.
+constexpr int kApplicationId = 0x6c6d6363;
+constexpr int kSchemaVersion = 1;
+
+constexpr char kSchema[] = R"sql(
+CREATE TABLE paths   (id INTEGER PRIMARY KEY, path BLOB NOT NULL, attribute BLOB NOT NULL,
+                      UNIQUE (path, attribute));
+CREATE TABLE commits (id TEXT NOT NULL, fingerprint INTEGER NOT NULL, files BLOB NOT NULL,
+                      PRIMARY KEY (id, fingerprint)) WITHOUT ROWID;
+)sql";
+
+// A writer holds its lock for one short transaction; a lock held longer
+// than this is someone else's business, and we answer from git.
+constexpr int kBusyTimeoutMs = 1000;
+
+// The statuses the git reader gives, by their stored number.
+constexpr std::array<std::string_view, 5> kStatuses = {"added", "modified", "deleted", "renamed",
+                                                       "copied"};
+
+[[noreturn]] void damaged(std::string_view what) {
+  throw CacheError("the cache file is damaged (" + std::string(what) + ")");
+}
+
+void put_varint(std::string& out, std::uint64_t value) {
+  while (value >= 0x80) {
+    out.push_back(static_cast<char>((value & 0x7f) | 0x80));
+    value >>= 7;
+  }
+  out.push_back(static_cast<char>(value));
+}
+
+std::uint64_t get_varint(std::string_view& in) {
+  std::uint64_t value = 0;
+  for (int shift = 0; shift < 64; shift += 7) {
+    if (in.empty()) damaged("an entry ends early");
+    const auto byte = static_cast<unsigned char>(in.front());
+    in.remove_prefix(1);
+    value |= static_cast<std::uint64_t>(byte & 0x7f) << shift;
+    if ((byte & 0x80) == 0) return value;
+  }
+  damaged("a number is too long");
+}
+
+struct StoredPath {
+  std::string path;
+  std::string attribute;
+};
+
+// One file: status, path id, old path id + 1 (0: none), additions, deletions.
+std::vector<CachedChange> decode(std::string_view blob,
+                                 const std::map<std::int64_t, StoredPath>& paths) {
+  auto path_of = [&paths](std::uint64_t id) -> const StoredPath& {
+    auto found = paths.find(static_cast<std::int64_t>(id));
+    if (found == paths.end()) damaged("an entry names an unknown path");
+    return found->second;
+  };
+  std::vector<CachedChange> files;
+  while (!blob.empty()) {
+    const std::uint64_t status = get_varint(blob);
+    if (status >= kStatuses.size()) damaged("an unknown status");
+    CachedChange file;
+    const StoredPath& path = path_of(get_varint(blob));
+    file.change.path = path.path;
+    file.attribute = path.attribute;
+    file.change.status = std::string(kStatuses[status]);
+    if (const std::uint64_t old = get_varint(blob); old != 0) {
+      const StoredPath& old_path = path_of(old - 1);
+      file.change.old_path = old_path.path;
+      file.old_attribute = old_path.attribute;
+    }
+    file.change.additions = static_cast<std::int64_t>(get_varint(blob));
+    file.change.deletions = static_cast<std::int64_t>(get_varint(blob));
+    files.push_back(std::move(file));
+  }
+  return files;
+}
+
+std::string reason_for(const SQLite::Exception& e) {
+  switch (e.getExtendedErrorCode()) {
+    case SQLITE_CANTOPEN_SYMLINK:
+      return "it is a symbolic link, which is never followed";
+  }
+  switch (e.getErrorCode()) {
+    case SQLITE_NOTADB:
+    case SQLITE_CORRUPT:
+      return "the file is damaged or not a lomarind cache (" + std::string(e.what()) + ")";
+    case SQLITE_BUSY:
+      return "another process holds its lock";
+    case SQLITE_READONLY:
+      return "it is read-only";
+  }
+  return e.what();
+}
+
+// Turns the SQLite failure being handled into a CacheError.
+[[noreturn]] void rethrow_as_cache_error(std::string_view doing) {
+  try {
+    throw;
+  } catch (const SQLite::Exception& e) {
+    throw CacheError("cannot " + std::string(doing) + " the commit cache: " + reason_for(e));
+  }
+}
+
+int pragma(const SQLite::Database& db, const char* name) {
+  SQLite::Statement statement(db, std::string("PRAGMA ") + name);
+  statement.executeStep();
+  return statement.getColumn(0).getInt();
+}
+
+bool is_ours(const SQLite::Database& db) {
+  return pragma(db, "application_id") == kApplicationId &&
+         pragma(db, "user_version") == kSchemaVersion;
+}
+
+// Creates the schema in a new, empty file; accepts only our own schema in
+// any other. Two processes creating the file at once take turns here; a
+// read-only cache is checked without taking a lock.
+void prepare_schema(SQLite::Database& db) {
+  if (is_ours(db)) return;
+  SQLite::Transaction transaction(db, SQLite::TransactionBehavior::IMMEDIATE);
+  if (is_ours(db)) return;
+  const int application = pragma(db, "application_id");
+  const int version = pragma(db, "user_version");
+  const int objects = db.execAndGet("SELECT count(*) FROM sqlite_schema").getInt();
+  if (application != 0 || version != 0 || objects != 0) {
+    throw CacheError(
+        "cannot open the commit cache: it is not a lomarind commit cache (or of "
+        "another version)");
+  }
+  db.exec(kSchema);
+  db.exec("PRAGMA application_id = " + std::to_string(kApplicationId));
+  db.exec("PRAGMA user_version = " + std::to_string(kSchemaVersion));
+  transaction.commit();
+}
+
+void refuse_symlink(const std::filesystem::path& path) {
+  std::error_code error;
+  if (std::filesystem::is_symlink(std::filesystem::symlink_status(path, error))) {
+    throw CacheError("cannot open the commit cache: " + path.string() +
+                     " is a symbolic link, which is never followed");
+  }
+}
+
+}  // namespace
+
+struct CommitCache::Impl {
+  SQLite::Database db;
+};
+
+CommitCache::CommitCache(std::unique_ptr<Impl> impl) : impl_(std::move(impl)) {}
+CommitCache::~CommitCache() = default;
+CommitCache::CommitCache(CommitCache&&) noexcept = default;
+CommitCache& CommitCache::operator=(CommitCache&&) noexcept = default;
+
+CommitCache CommitCache::open(const std::filesystem::path& file) {
+  refuse_symlink(file.parent_path());
+  std::error_code error;
+  std::filesystem::create_directory(file.parent_path(), error);
+  if (error) {
+    throw CacheError("cannot create the commit cache's folder " + file.parent_path().string() +
+                     ": " + error.message());
+  }
+  try {
+    auto impl = std::make_unique<Impl>(Impl{SQLite::Database(
+        file.c_str(), SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE | SQLite::OPEN_NOFOLLOW,
+        kBusyTimeoutMs)});
+    prepare_schema(impl->db);
+    return CommitCache(std::move(impl));
+  } catch (const SQLite::Exception&) {
+    rethrow_as_cache_error("open");
+  }
+}
+
+std::vector<std::optional<std::vector<CachedChange>>> CommitCache::find(
+    std::uint64_t fingerprint, const std::vector<std::string>& commits) const {
+  std::vector<std::optional<std::vector<CachedChange>>> found(commits.size());
+  try {
+    // One read transaction: a writer cannot slip in between the two tables.
+    SQLite::Transaction transaction(impl_->db, SQLite::TransactionBehavior::DEFERRED);
+    std::vector<std::pair<std::size_t, std::string>> blobs;
+    SQLite::Statement lookup(impl_->db,
+                             "SELECT files FROM commits WHERE id = ? AND fingerprint = ?");
+    for (std::size_t i = 0; i < commits.size(); ++i) {
+      lookup.bind(1, commits[i]);
+      lookup.bind(2, static_cast<std::int64_t>(fingerprint));
+      if (lookup.executeStep()) blobs.emplace_back(i, lookup.getColumn(0).getString());
+      lookup.reset();
+    }
+    if (blobs.empty()) return found;
+    std::map<std::int64_t, StoredPath> paths;
+    SQLite::Statement all_paths(impl_->db, "SELECT id, path, attribute FROM paths");
+    while (all_paths.executeStep()) {
+      paths.emplace(
+          all_paths.getColumn(0).getInt64(),
+          StoredPath{all_paths.getColumn(1).getString(), all_paths.getColumn(2).getString()});
+    }
+    for (auto& [index, blob] : blobs) found[index] = decode(blob, paths);
+  } catch (const SQLite::Exception&) {
+    rethrow_as_cache_error("read");
+  }
+  return found;
+}
+
+namespace {
+
+// The id of (path, attribute), added when new.
+class PathIds {
+ public:
+  explicit PathIds(SQLite::Database& db)
+      : insert_(db, "INSERT OR IGNORE INTO paths (path, attribute) VALUES (?, ?)"),
+        select_(db, "SELECT id FROM paths WHERE path = ? AND attribute = ?") {}
+
+  std::int64_t id(const std::string& path, const std::string& attribute) {
+    auto key = std::make_pair(path, attribute);
+    if (auto known = ids_.find(key); known != ids_.end()) return known->second;
+    insert_.bind(1, path.data(), static_cast<int>(path.size()));
+    insert_.bind(2, attribute.data(), static_cast<int>(attribute.size()));
+    insert_.exec();
+    insert_.reset();
+    select_.bind(1, path.data(), static_cast<int>(path.size()));
+    select_.bind(2, attribute.data(), static_cast<int>(attribute.size()));
+    if (!select_.executeStep()) throw CacheError("cannot write the commit cache: a path was lost");
+    const std::int64_t id = select_.getColumn(0).getInt64();
+    select_.reset();
+    ids_.emplace(std::move(key), id);
+    return id;
+  }
+
+ private:
+  SQLite::Statement insert_;
+  SQLite::Statement select_;
+  std::map<std::pair<std::string, std::string>, std::int64_t> ids_;
+};
+
+std::string encode(const std::vector<CachedChange>& files, PathIds& ids) {
+  std::string blob;
+  for (const CachedChange& file : files) {
+    auto status = std::find(kStatuses.begin(), kStatuses.end(), file.change.status);
+    put_varint(blob, static_cast<std::uint64_t>(status - kStatuses.begin()));
+    put_varint(blob, static_cast<std::uint64_t>(ids.id(file.change.path, file.attribute)));
+    put_varint(
+        blob,
+        file.change.old_path
+            ? static_cast<std::uint64_t>(ids.id(*file.change.old_path, file.old_attribute)) + 1
+            : 0);
+    put_varint(blob, static_cast<std::uint64_t>(file.change.additions));
+    put_varint(blob, static_cast<std::uint64_t>(file.change.deletions));
+  }
+  return blob;
+}
+
+// Statuses outside the stored set are rare enough to leave to git.
+bool storable(const std::vector<CachedChange>& files) {
+  for (const CachedChange& file : files) {
+    if (std::find(kStatuses.begin(), kStatuses.end(), file.change.status) == kStatuses.end() ||
+        file.change.additions < 0 || file.change.deletions < 0) {
+      return false;
+    }
+  }
+  return true;
+}
+
+}  // namespace
+
+void CommitCache::store(std::uint64_t fingerprint, const std::vector<CachedCommit>& commits) {
+  if (commits.empty()) return;
+  try {
+    SQLite::Transaction transaction(impl_->db, SQLite::TransactionBehavior::IMMEDIATE);
+    SQLite::Statement drop(impl_->db, "DELETE FROM commits WHERE fingerprint != ?");
+    drop.bind(1, static_cast<std::int64_t>(fingerprint));
+    drop.exec();
+    PathIds ids(impl_->db);
+    SQLite::Statement insert(
+        impl_->db, "INSERT OR REPLACE INTO commits (id, fingerprint, files) VALUES (?, ?, ?)");
+    for (const CachedCommit& commit : commits) {
+      if (!storable(commit.files)) continue;
+      const std::string blob = encode(commit.files, ids);
+      insert.bind(1, commit.commit);
+      insert.bind(2, static_cast<std::int64_t>(fingerprint));
+      insert.bind(3, blob.data(), static_cast<int>(blob.size()));
+      insert.exec();
+      insert.reset();
+    }
+    transaction.commit();
+  } catch (const SQLite::Exception&) {
+    rethrow_as_cache_error("write");
+  }
+}
+
+}  // namespace lomarind::commit_cache
