@@ -35,6 +35,16 @@ std::uint64_t fingerprint(std::string_view state) {
   return hash;
 }
 
+git_utils::FileChange change_of(const StoredChange& file, const FoundCommits& found) {
+  git_utils::FileChange change{.path = found.paths[file.path].path,
+                               .status = std::string(status_name(file.status)),
+                               .additions = file.additions,
+                               .deletions = file.deletions,
+                               .old_path = std::nullopt};
+  if (file.old_path != 0) change.old_path = found.paths[file.old_path].path;
+  return change;
+}
+
 // One answer's use of the cache: the commits it holds, checked against the
 // repository as it is now, and the commits read from git added to it.
 class CacheUse {
@@ -56,7 +66,7 @@ class CacheUse {
  private:
   // Asks git for the `diff` attribute of each of `paths` not asked yet.
   void learn_attributes(const std::set<std::string>& paths);
-  bool current(const CachedChange& file) const;
+  std::vector<bool> current_paths(const FoundCommits& found);
 
   CommitCache cache_;
   const DiffSettings settings_;
@@ -75,36 +85,50 @@ void CacheUse::learn_attributes(const std::set<std::string>& paths) {
   for (std::size_t i = 0; i < asked.size(); ++i) attributes_[asked[i]] = std::move(values[i]);
 }
 
-bool CacheUse::current(const CachedChange& file) const {
-  if (attributes_.at(file.change.path) != file.attribute) return false;
-  return !file.change.old_path || attributes_.at(*file.change.old_path) == file.old_attribute;
-}
-
 std::vector<std::size_t> CacheUse::fill(std::vector<CommitChanges>& commits) {
   std::vector<std::string> ids;
+  ids.reserve(commits.size());
   for (const CommitChanges& commit : commits) ids.push_back(commit.commit);
-  std::vector<std::optional<std::vector<CachedChange>>> found = cache_.find(fingerprint_, ids);
-  std::set<std::string> paths;
-  for (const auto& files : found) {
-    for (const CachedChange& file : files.value_or(std::vector<CachedChange>{})) {
-      paths.insert(file.change.path);
-      if (file.change.old_path) paths.insert(*file.change.old_path);
-    }
+  FoundCommits found = cache_.find(fingerprint_, ids);
+  // A shallow commit's diff changes once its parents arrive.
+  for (std::size_t i = 0; i < commits.size(); ++i) {
+    if (settings_.shallow.contains(commits[i].commit)) found.commits[i].reset();
   }
-  learn_attributes(paths);
+  const std::vector<bool> current = current_paths(found);
   std::vector<std::size_t> missing;
   for (std::size_t i = 0; i < commits.size(); ++i) {
-    // A shallow commit's diff changes once its parents arrive.
-    bool usable = found[i] && !settings_.shallow.contains(commits[i].commit) &&
-                  std::all_of(found[i]->begin(), found[i]->end(),
-                              [this](const CachedChange& file) { return current(file); });
-    if (!usable) {
+    const auto& files = found.commits[i];
+    if (!files || !std::all_of(files->begin(), files->end(), [&](const StoredChange& file) {
+          return current[file.path] && current[file.old_path];
+        })) {
       missing.push_back(i);
       continue;
     }
-    for (CachedChange& file : *found[i]) commits[i].files.push_back(std::move(file.change));
+    commits[i].files.reserve(files->size());
+    for (const StoredChange& file : *files) commits[i].files.push_back(change_of(file, found));
   }
   return missing;
+}
+
+// Which path numbers still have the attribute they were stored with (0,
+// "no path", always has).
+std::vector<bool> CacheUse::current_paths(const FoundCommits& found) {
+  std::vector<bool> used(found.paths.size(), false);
+  for (const auto& files : found.commits) {
+    if (!files) continue;
+    for (const StoredChange& file : *files) used[file.path] = used[file.old_path] = true;
+  }
+  std::set<std::string> paths;
+  for (std::size_t id = 1; id < used.size(); ++id) {
+    if (used[id]) paths.insert(found.paths[id].path);
+  }
+  learn_attributes(paths);
+  std::vector<bool> current(found.paths.size(), false);
+  current[0] = true;
+  for (std::size_t id = 1; id < used.size(); ++id) {
+    current[id] = used[id] && attributes_.at(found.paths[id].path) == found.paths[id].attribute;
+  }
+  return current;
 }
 
 void CacheUse::keep(const std::vector<CommitChanges>& commits,

@@ -59,38 +59,39 @@ std::uint64_t get_varint(std::string_view& in) {
   damaged("a number is too long");
 }
 
-struct StoredPath {
-  std::string path;
-  std::string attribute;
-};
-
 // One file: status, path id, old path id + 1 (0: none), additions, deletions.
-std::vector<CachedChange> decode(std::string_view blob,
-                                 const std::map<std::int64_t, StoredPath>& paths) {
-  auto path_of = [&paths](std::uint64_t id) -> const StoredPath& {
-    auto found = paths.find(static_cast<std::int64_t>(id));
-    if (found == paths.end()) damaged("an entry names an unknown path");
-    return found->second;
+std::vector<StoredChange> decode(std::string_view blob, std::size_t paths) {
+  auto path_id = [paths](std::uint64_t id) {
+    if (id == 0 || id >= paths) damaged("an entry names an unknown path");
+    return static_cast<std::uint32_t>(id);
   };
-  std::vector<CachedChange> files;
+  std::vector<StoredChange> files;
   while (!blob.empty()) {
+    StoredChange& file = files.emplace_back();
     const std::uint64_t status = get_varint(blob);
     if (status >= kStatuses.size()) damaged("an unknown status");
-    CachedChange file;
-    const StoredPath& path = path_of(get_varint(blob));
-    file.change.path = path.path;
-    file.attribute = path.attribute;
-    file.change.status = std::string(kStatuses[status]);
-    if (const std::uint64_t old = get_varint(blob); old != 0) {
-      const StoredPath& old_path = path_of(old - 1);
-      file.change.old_path = old_path.path;
-      file.old_attribute = old_path.attribute;
-    }
-    file.change.additions = static_cast<std::int64_t>(get_varint(blob));
-    file.change.deletions = static_cast<std::int64_t>(get_varint(blob));
-    files.push_back(std::move(file));
+    file.status = static_cast<std::uint32_t>(status);
+    file.path = path_id(get_varint(blob));
+    if (const std::uint64_t old = get_varint(blob); old != 0) file.old_path = path_id(old - 1);
+    file.additions = static_cast<std::int64_t>(get_varint(blob));
+    file.deletions = static_cast<std::int64_t>(get_varint(blob));
   }
   return files;
+}
+
+// Path numbers start at 1 and stay dense: a number far beyond the count
+// is damage, not a reason to allocate.
+std::vector<StoredPath> read_paths(SQLite::Database& db) {
+  const std::int64_t count = db.execAndGet("SELECT count(*) FROM paths").getInt64();
+  std::vector<StoredPath> paths(static_cast<std::size_t>(count) + 1);
+  SQLite::Statement all(db, "SELECT id, path, attribute FROM paths");
+  while (all.executeStep()) {
+    const std::int64_t id = all.getColumn(0).getInt64();
+    if (id <= 0 || id > count) damaged("path numbers are not dense");
+    paths[static_cast<std::size_t>(id)] = {all.getColumn(1).getString(),
+                                           all.getColumn(2).getString()};
+  }
+  return paths;
 }
 
 std::string reason_for(const SQLite::Exception& e) {
@@ -182,6 +183,8 @@ CommitCache CommitCache::open(const std::filesystem::path& file) {
     auto impl = std::make_unique<Impl>(Impl{SQLite::Database(
         file.c_str(), SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE | SQLite::OPEN_NOFOLLOW,
         kBusyTimeoutMs)});
+    // Reads map the file rather than copy each page through a system call.
+    impl->db.exec("PRAGMA mmap_size = 268435456");
     prepare_schema(impl->db);
     return CommitCache(std::move(impl));
   } catch (const SQLite::Exception&) {
@@ -189,30 +192,29 @@ CommitCache CommitCache::open(const std::filesystem::path& file) {
   }
 }
 
-std::vector<std::optional<std::vector<CachedChange>>> CommitCache::find(
-    std::uint64_t fingerprint, const std::vector<std::string>& commits) const {
-  std::vector<std::optional<std::vector<CachedChange>>> found(commits.size());
+std::string_view status_name(std::uint32_t status) { return kStatuses.at(status); }
+
+FoundCommits CommitCache::find(std::uint64_t fingerprint,
+                               const std::vector<std::string>& commits) const {
+  FoundCommits found;
+  found.commits.resize(commits.size());
   try {
     // One read transaction: a writer cannot slip in between the two tables.
     SQLite::Transaction transaction(impl_->db, SQLite::TransactionBehavior::DEFERRED);
-    std::vector<std::pair<std::size_t, std::string>> blobs;
+    found.paths = read_paths(impl_->db);
     SQLite::Statement lookup(impl_->db,
                              "SELECT files FROM commits WHERE id = ? AND fingerprint = ?");
     for (std::size_t i = 0; i < commits.size(); ++i) {
       lookup.bind(1, commits[i]);
       lookup.bind(2, static_cast<std::int64_t>(fingerprint));
-      if (lookup.executeStep()) blobs.emplace_back(i, lookup.getColumn(0).getString());
+      if (lookup.executeStep()) {
+        const SQLite::Column files = lookup.getColumn(0);
+        found.commits[i] = decode(std::string_view(static_cast<const char*>(files.getBlob()),
+                                                   static_cast<std::size_t>(files.getBytes())),
+                                  found.paths.size());
+      }
       lookup.reset();
     }
-    if (blobs.empty()) return found;
-    std::map<std::int64_t, StoredPath> paths;
-    SQLite::Statement all_paths(impl_->db, "SELECT id, path, attribute FROM paths");
-    while (all_paths.executeStep()) {
-      paths.emplace(
-          all_paths.getColumn(0).getInt64(),
-          StoredPath{all_paths.getColumn(1).getString(), all_paths.getColumn(2).getString()});
-    }
-    for (auto& [index, blob] : blobs) found[index] = decode(blob, paths);
   } catch (const SQLite::Exception&) {
     rethrow_as_cache_error("read");
   }

@@ -12,6 +12,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "lomarind/utils/git_utils.h"
@@ -40,6 +41,32 @@ struct CachedCommit {
   std::vector<CachedChange> files;
 };
 
+// A path of the cache's path table, with the `diff` attribute it had.
+struct StoredPath {
+  std::string path;
+  std::string attribute;
+};
+
+// One file of a commit as stored: its paths by their number in the path
+// table, so that reading a commit copies no strings.
+struct StoredChange {
+  std::uint32_t status = 0;    // a number of status_name()
+  std::uint32_t path = 0;      // head-side path
+  std::uint32_t old_path = 0;  // 0: none
+  std::int64_t additions = 0;
+  std::int64_t deletions = 0;
+};
+
+// The status a StoredChange's number stands for.
+std::string_view status_name(std::uint32_t status);
+
+struct FoundCommits {
+  // By position of the commits asked for; nullopt for one not held.
+  std::vector<std::optional<std::vector<StoredChange>>> commits;
+  // The path table by number; every number a StoredChange holds is within it.
+  std::vector<StoredPath> paths;
+};
+
 // An open cache file. Move-only.
 class CommitCache {
  public:
@@ -53,11 +80,9 @@ class CommitCache {
   // left as it is.
   static CommitCache open(const std::filesystem::path& file);
 
-  // The entries of `commits` under `fingerprint`, in the same order;
-  // nullopt for a commit the cache does not hold. Throws CacheError when
-  // the file cannot be read.
-  std::vector<std::optional<std::vector<CachedChange>>> find(
-      std::uint64_t fingerprint, const std::vector<std::string>& commits) const;
+  // The entries of `commits` under `fingerprint`. Throws CacheError when
+  // the file cannot be read or is damaged.
+  FoundCommits find(std::uint64_t fingerprint, const std::vector<std::string>& commits) const;
 
   // Adds `commits` under `fingerprint` in one transaction, replacing their
   // entries and dropping those of other fingerprints. Throws CacheError

@@ -1,6 +1,7 @@
 #include "lomarind/utils/diff_settings.h"
 
 #include <fstream>
+#include <future>
 #include <sstream>
 #include <string_view>
 #include <system_error>
@@ -56,19 +57,25 @@ std::string diff_config(const GitRunner& git, const std::filesystem::path& repo_
 }  // namespace
 
 DiffSettings read_diff_settings(const GitRunner& git, const std::filesystem::path& repo_root) {
+  // Three small commands at once: each costs more in start-up than in work.
+  std::future<std::string> config =
+      std::async(std::launch::async, [&git, &repo_root] { return diff_config(git, repo_root); });
+  std::future<std::string> replace_refs = std::async(std::launch::async, [&git, &repo_root] {
+    return git.run_checked(repo_root,
+                           {"for-each-ref", "--format=%(refname) %(objectname)", "refs/replace/"});
+  });
   DiffSettings settings;
   settings.common_dir = git_common_dir(git, repo_root);
-  const std::string config = diff_config(git, repo_root);
+  const std::string config_text = config.get();
   // Replace refs under another base than refs/replace/ are not listed here.
-  if (config.find("replace.refbase\n") != std::string::npos) settings.checkable = false;
-  const std::string replace_refs = git.run_checked(
-      repo_root, {"for-each-ref", "--format=%(refname) %(objectname)", "refs/replace/"});
+  if (config_text.find("replace.refbase\n") != std::string::npos) settings.checkable = false;
+  const std::string replace_text = replace_refs.get();
   const std::string grafts =
       small_file(settings.common_dir / "info" / "grafts", settings.checkable);
   settings.shallow =
       shallow_commits(small_file(settings.common_dir / "shallow", settings.checkable));
   for (std::string_view part :
-       {std::string_view(config), std::string_view(replace_refs), std::string_view(grafts)}) {
+       {std::string_view(config_text), std::string_view(replace_text), std::string_view(grafts)}) {
     settings.repository_state += std::to_string(part.size());
     settings.repository_state += ':';
     settings.repository_state += part;
