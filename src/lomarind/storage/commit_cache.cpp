@@ -8,9 +8,9 @@
 
 #include <algorithm>
 #include <array>
-#include <map>
 #include <string_view>
 #include <system_error>
+#include <unordered_map>
 #include <utility>
 
 namespace lomarind::commit_cache {
@@ -223,33 +223,42 @@ FoundCommits CommitCache::find(std::uint64_t fingerprint,
 
 namespace {
 
-// The id of (path, attribute), added when new.
+// The id of (path, attribute), added when new. Used inside the write
+// transaction, so the table cannot change under it.
 class PathIds {
  public:
   explicit PathIds(SQLite::Database& db)
-      : insert_(db, "INSERT OR IGNORE INTO paths (path, attribute) VALUES (?, ?)"),
-        select_(db, "SELECT id FROM paths WHERE path = ? AND attribute = ?") {}
+      : db_(db), insert_(db, "INSERT INTO paths (path, attribute) VALUES (?, ?)") {
+    SQLite::Statement all(db, "SELECT id, path, attribute FROM paths");
+    while (all.executeStep()) {
+      ids_.emplace(key(all.getColumn(1).getString(), all.getColumn(2).getString()),
+                   all.getColumn(0).getInt64());
+    }
+  }
 
   std::int64_t id(const std::string& path, const std::string& attribute) {
-    auto key = std::make_pair(path, attribute);
-    if (auto known = ids_.find(key); known != ids_.end()) return known->second;
+    auto [known, added] = ids_.try_emplace(key(path, attribute), 0);
+    if (!added) return known->second;
     insert_.bind(1, path.data(), static_cast<int>(path.size()));
     insert_.bind(2, attribute.data(), static_cast<int>(attribute.size()));
     insert_.exec();
     insert_.reset();
-    select_.bind(1, path.data(), static_cast<int>(path.size()));
-    select_.bind(2, attribute.data(), static_cast<int>(attribute.size()));
-    if (!select_.executeStep()) throw CacheError("cannot write the commit cache: a path was lost");
-    const std::int64_t id = select_.getColumn(0).getInt64();
-    select_.reset();
-    ids_.emplace(std::move(key), id);
-    return id;
+    known->second = db_.getLastInsertRowid();
+    return known->second;
   }
 
  private:
+  // Neither a path nor an attribute value holds a NUL.
+  static std::string key(const std::string& path, const std::string& attribute) {
+    std::string joined = path;
+    joined += '\0';
+    joined += attribute;
+    return joined;
+  }
+
+  SQLite::Database& db_;
   SQLite::Statement insert_;
-  SQLite::Statement select_;
-  std::map<std::pair<std::string, std::string>, std::int64_t> ids_;
+  std::unordered_map<std::string, std::int64_t> ids_;
 };
 
 std::string encode(const std::vector<CachedChange>& files, PathIds& ids) {
