@@ -1,7 +1,9 @@
 #include "lomarind/storage/cached_git_reader.h"
 
+#include <algorithm>
 #include <future>
 #include <map>
+#include <numeric>
 #include <optional>
 #include <set>
 #include <utility>
@@ -175,31 +177,34 @@ std::vector<CommitChanges> CachedGitReader::log_commit_changes(
   if (commits.empty()) return commits;
   std::optional<CacheUse> use;
   std::vector<std::size_t> missing;
-  try {
+  const bool usable = attempt([&] {
     DiffSettings read = settings.get();
     if (!read.checkable) throw CacheError("what shapes this repository's diffs cannot be checked");
-    const std::filesystem::path file = cache_file(read.common_dir);
-    use.emplace(CommitCache::open(file), std::move(read), runner_, repo_root);
+    use.emplace(CommitCache::open(cache_file(read.common_dir)), std::move(read), runner_,
+                repo_root);
     missing = use->fill(commits);
-  } catch (const std::exception& e) {
-    if (!dynamic_cast<const CacheError*>(&e) && !dynamic_cast<const git_utils::GitError*>(&e)) {
-      throw;
-    }
-    warn_once(e.what());
+  });
+  if (!usable) {
     use.reset();
     missing.resize(commits.size());
-    for (std::size_t i = 0; i < commits.size(); ++i) missing[i] = i;
+    std::iota(missing.begin(), missing.end(), std::size_t{0});
   }
   read_missing(repo_root, commits, missing);
-  if (!use || missing.empty()) return commits;
+  if (use && !missing.empty()) attempt([&] { use->keep(commits, missing); });
+  return commits;
+}
+
+template <typename Step>
+bool CachedGitReader::attempt(Step&& step) const {
   try {
-    use->keep(commits, missing);
+    std::forward<Step>(step)();
+    return true;
   } catch (const CacheError& e) {
     warn_once(e.what());
   } catch (const git_utils::GitError& e) {
     warn_once(e.what());
   }
-  return commits;
+  return false;
 }
 
 void CachedGitReader::read_missing(const std::filesystem::path& repo_root,

@@ -65,6 +65,10 @@ class CachedGitReader final : public git_utils::GitReader {
   void read_missing(const std::filesystem::path& repo_root,
                     std::vector<git_utils::CommitChanges>& commits,
                     const std::vector<std::size_t>& missing) const;
+  // Runs `step`. A CacheError or GitError leaving it is logged (once) and
+  // gives false: the cache then plays no part in the answer.
+  template <typename Step>
+  bool attempt(Step&& step) const;
   // Logs `message` unless a warning was logged already.
   void warn_once(const std::string& message) const;
 
