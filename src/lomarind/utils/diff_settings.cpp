@@ -57,7 +57,10 @@ std::string diff_config(const GitRunner& git, const std::filesystem::path& repo_
 }  // namespace
 
 DiffSettings read_diff_settings(const GitRunner& git, const std::filesystem::path& repo_root) {
-  // Three small commands at once: each costs more in start-up than in work.
+  // Small commands at once: each costs more in start-up than in work. A
+  // new git may detect renames or count lines differently.
+  std::future<std::string> version = std::async(
+      std::launch::async, [&git, &repo_root] { return git.run_checked(repo_root, {"version"}); });
   std::future<std::string> config =
       std::async(std::launch::async, [&git, &repo_root] { return diff_config(git, repo_root); });
   std::future<std::string> replace_refs = std::async(std::launch::async, [&git, &repo_root] {
@@ -70,12 +73,13 @@ DiffSettings read_diff_settings(const GitRunner& git, const std::filesystem::pat
   // Replace refs under another base than refs/replace/ are not listed here.
   if (config_text.find("replace.refbase\n") != std::string::npos) settings.checkable = false;
   const std::string replace_text = replace_refs.get();
+  const std::string version_text = version.get();
   const std::string grafts =
       small_file(settings.common_dir / "info" / "grafts", settings.checkable);
   settings.shallow =
       shallow_commits(small_file(settings.common_dir / "shallow", settings.checkable));
-  for (std::string_view part :
-       {std::string_view(config_text), std::string_view(replace_text), std::string_view(grafts)}) {
+  for (std::string_view part : {std::string_view(version_text), std::string_view(config_text),
+                                std::string_view(replace_text), std::string_view(grafts)}) {
     settings.repository_state += std::to_string(part.size());
     settings.repository_state += ':';
     settings.repository_state += part;

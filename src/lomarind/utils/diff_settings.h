@@ -15,8 +15,9 @@ namespace lomarind::git_utils {
 
 struct DiffSettings {
   std::filesystem::path common_dir;  // the repository's git common dir, absolute
-  // Everything repository-wide that can change a commit's diff: the diff
-  // and attribute settings, the replace refs and the grafts. Equal text,
+  // Everything repository-wide that can change a commit's diff: git's
+  // version, the diff and attribute settings, the replace refs and the
+  // grafts. Equal text,
   // equal diffs (given equal attributes per path).
   std::string repository_state;
   // Commits whose parents the repository does not have: their diff changes
@@ -27,8 +28,8 @@ struct DiffSettings {
   bool checkable = true;
 };
 
-// Reads the settings of the repository at `repo_root` with two git commands
-// and two small files. Throws GitError when git fails.
+// Reads the settings of the repository at `repo_root` with four small git
+// commands at once and two small files. Throws GitError when git fails.
 DiffSettings read_diff_settings(const GitRunner& git, const std::filesystem::path& repo_root);
 
 // The `diff` attribute of each path as git sees it now ("set", "unset",
