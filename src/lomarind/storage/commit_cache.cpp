@@ -31,54 +31,6 @@ CREATE TABLE commits (id TEXT NOT NULL, fingerprint INTEGER NOT NULL, files BLOB
 // than this is someone else's business, and we answer from git.
 constexpr int kBusyTimeoutMs = 1000;
 
-// The statuses the git reader gives, by their stored number.
-constexpr std::array<std::string_view, 5> kStatuses = {"added", "modified", "deleted", "renamed",
-                                                       "copied"};
-
-[[noreturn]] void damaged(std::string_view what) {
-  throw CacheError("the cache file is damaged (" + std::string(what) + ")");
-}
-
-void put_varint(std::string& out, std::uint64_t value) {
-  while (value >= 0x80) {
-    out.push_back(static_cast<char>((value & 0x7f) | 0x80));
-    value >>= 7;
-  }
-  out.push_back(static_cast<char>(value));
-}
-
-std::uint64_t get_varint(std::string_view& in) {
-  std::uint64_t value = 0;
-  for (int shift = 0; shift < 64; shift += 7) {
-    if (in.empty()) damaged("an entry ends early");
-    const auto byte = static_cast<unsigned char>(in.front());
-    in.remove_prefix(1);
-    value |= static_cast<std::uint64_t>(byte & 0x7f) << shift;
-    if ((byte & 0x80) == 0) return value;
-  }
-  damaged("a number is too long");
-}
-
-// One file: status, path id, old path id + 1 (0: none), additions, deletions.
-std::vector<StoredChange> decode(std::string_view blob, std::size_t paths) {
-  auto path_id = [paths](std::uint64_t id) {
-    if (id == 0 || id >= paths) damaged("an entry names an unknown path");
-    return static_cast<std::uint32_t>(id);
-  };
-  std::vector<StoredChange> files;
-  while (!blob.empty()) {
-    StoredChange& file = files.emplace_back();
-    const std::uint64_t status = get_varint(blob);
-    if (status >= kStatuses.size()) damaged("an unknown status");
-    file.status = static_cast<std::uint32_t>(status);
-    file.path = path_id(get_varint(blob));
-    if (const std::uint64_t old = get_varint(blob); old != 0) file.old_path = path_id(old - 1);
-    file.additions = static_cast<std::int64_t>(get_varint(blob));
-    file.deletions = static_cast<std::int64_t>(get_varint(blob));
-  }
-  return files;
-}
-
 // Path numbers start at 1 and stay dense: a number far beyond the count
 // is damage, not a reason to allocate.
 std::vector<StoredPath> read_paths(SQLite::Database& db) {
@@ -87,7 +39,8 @@ std::vector<StoredPath> read_paths(SQLite::Database& db) {
   SQLite::Statement all(db, "SELECT id, path, attribute FROM paths");
   while (all.executeStep()) {
     const std::int64_t id = all.getColumn(0).getInt64();
-    if (id <= 0 || id > count) damaged("path numbers are not dense");
+    if (id <= 0 || id > count)
+      throw CacheError("the cache file is damaged (path numbers are not dense)");
     paths[static_cast<std::size_t>(id)] = {all.getColumn(1).getString(),
                                            all.getColumn(2).getString()};
   }
@@ -192,8 +145,6 @@ CommitCache CommitCache::open(const std::filesystem::path& file) {
   }
 }
 
-std::string_view status_name(std::uint32_t status) { return kStatuses.at(status); }
-
 FoundCommits CommitCache::find(std::uint64_t fingerprint,
                                const std::vector<std::string>& commits) const {
   FoundCommits found;
@@ -261,34 +212,6 @@ class PathIds {
   std::unordered_map<std::string, std::int64_t> ids_;
 };
 
-std::string encode(const std::vector<CachedChange>& files, PathIds& ids) {
-  std::string blob;
-  for (const CachedChange& file : files) {
-    auto status = std::find(kStatuses.begin(), kStatuses.end(), file.change.status);
-    put_varint(blob, static_cast<std::uint64_t>(status - kStatuses.begin()));
-    put_varint(blob, static_cast<std::uint64_t>(ids.id(file.change.path, file.attribute)));
-    put_varint(
-        blob,
-        file.change.old_path
-            ? static_cast<std::uint64_t>(ids.id(*file.change.old_path, file.old_attribute)) + 1
-            : 0);
-    put_varint(blob, static_cast<std::uint64_t>(file.change.additions));
-    put_varint(blob, static_cast<std::uint64_t>(file.change.deletions));
-  }
-  return blob;
-}
-
-// Statuses outside the stored set are rare enough to leave to git.
-bool storable(const std::vector<CachedChange>& files) {
-  for (const CachedChange& file : files) {
-    if (std::find(kStatuses.begin(), kStatuses.end(), file.change.status) == kStatuses.end() ||
-        file.change.additions < 0 || file.change.deletions < 0) {
-      return false;
-    }
-  }
-  return true;
-}
-
 }  // namespace
 
 void CommitCache::store(std::uint64_t fingerprint, const std::vector<CachedCommit>& commits) {
@@ -303,7 +226,10 @@ void CommitCache::store(std::uint64_t fingerprint, const std::vector<CachedCommi
         impl_->db, "INSERT OR REPLACE INTO commits (id, fingerprint, files) VALUES (?, ?, ?)");
     for (const CachedCommit& commit : commits) {
       if (!storable(commit.files)) continue;
-      const std::string blob = encode(commit.files, ids);
+      const std::string blob =
+          encode(commit.files, [&ids](const std::string& path, const std::string& attribute) {
+            return static_cast<std::uint32_t>(ids.id(path, attribute));
+          });
       insert.bind(1, commit.commit);
       insert.bind(2, static_cast<std::int64_t>(fingerprint));
       insert.bind(3, blob.data(), static_cast<int>(blob.size()));

@@ -15,50 +15,14 @@
 #include <string_view>
 #include <vector>
 
-#include "lomarind/utils/git_utils.h"
+#include "lomarind/storage/stored_changes.h"
 
 namespace lomarind::commit_cache {
-
-// The cache file cannot be used; the text says why. The caller reads git
-// instead.
-class CacheError : public std::runtime_error {
- public:
-  using std::runtime_error::runtime_error;
-};
-
-// One file of a commit with the `diff` attribute of its path (and of its
-// old path, for a rename or copy) at the time git read it.
-struct CachedChange {
-  git_utils::FileChange change;
-  std::string attribute;
-  std::string old_attribute;  // empty without an old path
-
-  bool operator==(const CachedChange&) const = default;
-};
 
 struct CachedCommit {
   std::string commit;
   std::vector<CachedChange> files;
 };
-
-// A path of the cache's path table, with the `diff` attribute it had.
-struct StoredPath {
-  std::string path;
-  std::string attribute;
-};
-
-// One file of a commit as stored: its paths by their number in the path
-// table, so that reading a commit copies no strings.
-struct StoredChange {
-  std::uint32_t status = 0;    // a number of status_name()
-  std::uint32_t path = 0;      // head-side path
-  std::uint32_t old_path = 0;  // 0: none
-  std::int64_t additions = 0;
-  std::int64_t deletions = 0;
-};
-
-// The status a StoredChange's number stands for.
-std::string_view status_name(std::uint32_t status);
 
 struct FoundCommits {
   // By position of the commits asked for; nullopt for one not held.
