@@ -94,11 +94,13 @@ class CachedGitReaderTest : public ::testing::Test {
 };
 
 TEST_F(CachedGitReaderTest, ColdWarmAndPartlyWarmAnswersAreTheLog) {
-  build_history(repo_, 70);  // enough commits for several git processes
+  build_history(repo_, 70);
   const std::chrono::sys_seconds recent{std::chrono::seconds(kStart + 340)};
   EXPECT_EQ(cached_.log_commit_changes(repo_.root(), recent, head(), 5000),
             git_.log_commit_changes(repo_.root(), recent, head(), 5000));
   expect_exact("partly warm");
+  std::filesystem::remove(cache());
+  expect_exact("cold");  // the whole history, read by several git processes at once
   expect_exact("warm");
   EXPECT_TRUE(sink_.records.empty());
   EXPECT_TRUE(std::filesystem::is_regular_file(cache()));
