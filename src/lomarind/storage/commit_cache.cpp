@@ -55,7 +55,8 @@ std::string reason_for(const SQLite::Exception& e) {
   switch (e.getErrorCode()) {
     case SQLITE_NOTADB:
     case SQLITE_CORRUPT:
-      return "the file is damaged or not a lomarind cache (" + std::string(e.what()) + ")";
+      return "it is damaged or no lomarind commit cache (" + std::string(e.what()) +
+             "); delete it and it is made again";
     case SQLITE_BUSY:
       return "another process holds its lock";
     case SQLITE_READONLY:
@@ -64,12 +65,16 @@ std::string reason_for(const SQLite::Exception& e) {
   return e.what();
 }
 
-// Turns the SQLite failure being handled into a CacheError.
-[[noreturn]] void rethrow_as_cache_error(std::string_view doing) {
+// Turns the failure being handled into a CacheError that names the file.
+[[noreturn]] void rethrow_as_cache_error(const std::filesystem::path& file,
+                                         std::string_view doing) {
+  const std::string what = "cannot " + std::string(doing) + " the commit cache " + file.string();
   try {
     throw;
   } catch (const SQLite::Exception& e) {
-    throw CacheError("cannot " + std::string(doing) + " the commit cache: " + reason_for(e));
+    throw CacheError(what + ": " + reason_for(e));
+  } catch (const CacheError& e) {
+    throw CacheError(what + ": " + e.what());
   }
 }
 
@@ -96,8 +101,7 @@ void prepare_schema(SQLite::Database& db) {
   const int objects = db.execAndGet("SELECT count(*) FROM sqlite_schema").getInt();
   if (application != 0 || version != 0 || objects != 0) {
     throw CacheError(
-        "cannot open the commit cache: it is not a lomarind commit cache (or of "
-        "another version)");
+        "it is no lomarind commit cache of this version; delete it and it is made again");
   }
   db.exec(kSchema);
   db.exec("PRAGMA application_id = " + std::to_string(kApplicationId));
@@ -109,13 +113,14 @@ void refuse_symlink(const std::filesystem::path& path) {
   std::error_code error;
   if (std::filesystem::is_symlink(std::filesystem::symlink_status(path, error))) {
     throw CacheError("cannot open the commit cache: " + path.string() +
-                     " is a symbolic link, which is never followed");
+                     " is a symbolic link, which is never followed; remove the link");
   }
 }
 
 }  // namespace
 
 struct CommitCache::Impl {
+  std::filesystem::path file;  // for messages
   SQLite::Database db;
 };
 
@@ -133,15 +138,16 @@ CommitCache CommitCache::open(const std::filesystem::path& file) {
                      ": " + error.message());
   }
   try {
-    auto impl = std::make_unique<Impl>(Impl{SQLite::Database(
-        file.c_str(), SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE | SQLite::OPEN_NOFOLLOW,
-        kBusyTimeoutMs)});
+    auto impl = std::make_unique<Impl>(Impl{
+        file, SQLite::Database(file.c_str(),
+                               SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE | SQLite::OPEN_NOFOLLOW,
+                               kBusyTimeoutMs)});
     // Reads map the file rather than copy each page through a system call.
     impl->db.exec("PRAGMA mmap_size = 268435456");
     prepare_schema(impl->db);
     return CommitCache(std::move(impl));
-  } catch (const SQLite::Exception&) {
-    rethrow_as_cache_error("open");
+  } catch (const std::exception&) {
+    rethrow_as_cache_error(file, "open");
   }
 }
 
@@ -166,8 +172,8 @@ FoundCommits CommitCache::find(std::uint64_t fingerprint,
       }
       lookup.reset();
     }
-  } catch (const SQLite::Exception&) {
-    rethrow_as_cache_error("read");
+  } catch (const std::exception&) {
+    rethrow_as_cache_error(impl_->file, "read");
   }
   return found;
 }
@@ -237,8 +243,8 @@ void CommitCache::store(std::uint64_t fingerprint, const std::vector<CachedCommi
       insert.reset();
     }
     transaction.commit();
-  } catch (const SQLite::Exception&) {
-    rethrow_as_cache_error("write");
+  } catch (const std::exception&) {
+    rethrow_as_cache_error(impl_->file, "write");
   }
 }
 
