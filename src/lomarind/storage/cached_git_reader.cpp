@@ -2,10 +2,11 @@
 
 #include <algorithm>
 #include <future>
-#include <map>
 #include <numeric>
 #include <optional>
-#include <set>
+#include <string_view>
+#include <unordered_map>
+#include <unordered_set>
 #include <utility>
 
 #include "lomarind/storage/commit_cache.h"
@@ -59,6 +60,9 @@ class CacheUse {
         runner_(runner),
         repo_root_(repo_root) {}
 
+  // Reads the path table and, unless it is too long to be worth it, asks
+  // git for the attributes of its paths. Throws CacheError or GitError.
+  void prepare();
   // Gives the commits the cache holds their files; returns the positions
   // of the others. Throws CacheError or GitError, having filled nothing.
   std::vector<std::size_t> fill(std::vector<CommitChanges>& commits);
@@ -66,8 +70,9 @@ class CacheUse {
   void keep(const std::vector<CommitChanges>& commits, const std::vector<std::size_t>& read);
 
  private:
-  // Asks git for the `diff` attribute of each of `paths` not asked yet.
-  void learn_attributes(const std::set<std::string>& paths);
+  // Asks git (once) for the `diff` attribute of each of `paths` not asked
+  // yet.
+  void learn_attributes(const std::vector<std::string>& paths);
   std::vector<bool> current_paths(const FoundCommits& found);
 
   CommitCache cache_;
@@ -75,13 +80,40 @@ class CacheUse {
   const std::uint64_t fingerprint_;
   const git_utils::GitRunner& runner_;
   const std::filesystem::path& repo_root_;
-  std::map<std::string, std::string> attributes_;
+  std::vector<StoredPath> paths_;
+  std::unordered_map<std::string, std::string> attributes_;
 };
 
-void CacheUse::learn_attributes(const std::set<std::string>& paths) {
+// Up to this many paths, the attributes of the whole path table are asked
+// for while git lists the period's commits; beyond it, only those of the
+// paths the period's cached commits name, once they are known.
+constexpr std::size_t kPathsAskedAhead = 20000;
+
+void CacheUse::prepare() {
+  paths_ = cache_.paths();
+  if (paths_.size() > kPathsAskedAhead) return;
+  std::vector<std::string> paths;
+  paths.reserve(paths_.size());
+  for (std::size_t id = 1; id < paths_.size(); ++id) paths.push_back(paths_[id].path);
+  learn_attributes(paths);
+}
+
+// The cache of the repository at `repo_root`, ready to be asked.
+CacheUse start_use(const git_utils::GitRunner& runner, const std::filesystem::path& repo_root) {
+  DiffSettings settings = git_utils::read_diff_settings(runner, repo_root);
+  if (!settings.checkable)
+    throw CacheError("what shapes this repository's diffs cannot be checked");
+  CommitCache cache = CommitCache::open(cache_file(settings.common_dir));
+  CacheUse use(std::move(cache), std::move(settings), runner, repo_root);
+  use.prepare();
+  return use;
+}
+
+void CacheUse::learn_attributes(const std::vector<std::string>& paths) {
   std::vector<std::string> asked;
+  std::unordered_set<std::string_view> seen;
   for (const std::string& path : paths) {
-    if (!attributes_.contains(path)) asked.push_back(path);
+    if (!attributes_.contains(path) && seen.insert(path).second) asked.push_back(path);
   }
   std::vector<std::string> values = git_utils::diff_attributes(runner_, repo_root_, asked);
   for (std::size_t i = 0; i < asked.size(); ++i) attributes_[asked[i]] = std::move(values[i]);
@@ -91,7 +123,7 @@ std::vector<std::size_t> CacheUse::fill(std::vector<CommitChanges>& commits) {
   std::vector<std::string> ids;
   ids.reserve(commits.size());
   for (const CommitChanges& commit : commits) ids.push_back(commit.commit);
-  FoundCommits found = cache_.find(fingerprint_, ids);
+  FoundCommits found = cache_.find(fingerprint_, ids, std::move(paths_));
   // A shallow commit's diff changes once its parents arrive.
   for (std::size_t i = 0; i < commits.size(); ++i) {
     if (settings_.shallow.contains(commits[i].commit)) found.commits[i].reset();
@@ -120,9 +152,9 @@ std::vector<bool> CacheUse::current_paths(const FoundCommits& found) {
     if (!files) continue;
     for (const StoredChange& file : *files) used[file.path] = used[file.old_path] = true;
   }
-  std::set<std::string> paths;
+  std::vector<std::string> paths;
   for (std::size_t id = 1; id < used.size(); ++id) {
-    if (used[id]) paths.insert(found.paths[id].path);
+    if (used[id]) paths.push_back(found.paths[id].path);
   }
   learn_attributes(paths);
   std::vector<bool> current(found.paths.size(), false);
@@ -135,11 +167,11 @@ std::vector<bool> CacheUse::current_paths(const FoundCommits& found) {
 
 void CacheUse::keep(const std::vector<CommitChanges>& commits,
                     const std::vector<std::size_t>& read) {
-  std::set<std::string> paths;
+  std::vector<std::string> paths;
   for (std::size_t i : read) {
     for (const git_utils::FileChange& file : commits[i].files) {
-      paths.insert(file.path);
-      if (file.old_path) paths.insert(*file.old_path);
+      paths.push_back(file.path);
+      if (file.old_path) paths.push_back(*file.old_path);
     }
   }
   learn_attributes(paths);
@@ -169,22 +201,18 @@ void CachedGitReader::warn_once(const std::string& message) const {
 std::vector<CommitChanges> CachedGitReader::log_commit_changes(
     const std::filesystem::path& repo_root, std::chrono::sys_seconds since, const std::string& ref,
     int max_commits) const {
-  // What shapes the diffs is read while git lists the commits.
-  std::future<DiffSettings> settings = std::async(std::launch::async, [this, &repo_root] {
-    return git_utils::read_diff_settings(runner_, repo_root);
+  // The cache is made ready (what shapes diffs, the file, its paths and
+  // their attributes) while git lists the commits.
+  std::future<std::optional<CacheUse>> ready = std::async(std::launch::async, [this, &repo_root] {
+    std::optional<CacheUse> use;
+    if (!attempt([&] { use.emplace(start_use(runner_, repo_root)); })) use.reset();
+    return use;
   });
   std::vector<CommitChanges> commits = git_.log_commit_times(repo_root, since, ref, max_commits);
   if (commits.empty()) return commits;
-  std::optional<CacheUse> use;
+  std::optional<CacheUse> use = ready.get();
   std::vector<std::size_t> missing;
-  const bool usable = attempt([&] {
-    DiffSettings read = settings.get();
-    if (!read.checkable) throw CacheError("what shapes this repository's diffs cannot be checked");
-    use.emplace(CommitCache::open(cache_file(read.common_dir)), std::move(read), runner_,
-                repo_root);
-    missing = use->fill(commits);
-  });
-  if (!usable) {
+  if (!use || !attempt([&] { missing = use->fill(commits); })) {
     use.reset();
     missing.resize(commits.size());
     std::iota(missing.begin(), missing.end(), std::size_t{0});

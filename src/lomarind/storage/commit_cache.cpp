@@ -33,18 +33,21 @@ constexpr int kBusyTimeoutMs = 1000;
 
 // Path numbers start at 1 and stay dense: a number far beyond the count
 // is damage, not a reason to allocate.
-std::vector<StoredPath> read_paths(SQLite::Database& db) {
+// Adds to `table` (index 0 unused) the paths numbered from its size on.
+void append_paths(SQLite::Database& db, std::vector<StoredPath>& table) {
+  if (table.empty()) table.emplace_back();
+  const auto first = static_cast<std::int64_t>(table.size());
   const std::int64_t count = db.execAndGet("SELECT count(*) FROM paths").getInt64();
-  std::vector<StoredPath> paths(static_cast<std::size_t>(count) + 1);
-  SQLite::Statement all(db, "SELECT id, path, attribute FROM paths");
-  while (all.executeStep()) {
-    const std::int64_t id = all.getColumn(0).getInt64();
-    if (id <= 0 || id > count)
-      throw CacheError("the cache file is damaged (path numbers are not dense)");
-    paths[static_cast<std::size_t>(id)] = {all.getColumn(1).getString(),
-                                           all.getColumn(2).getString()};
+  if (count < first) return;
+  table.resize(static_cast<std::size_t>(count) + 1);
+  SQLite::Statement added(db, "SELECT id, path, attribute FROM paths WHERE id >= ?");
+  added.bind(1, first);
+  while (added.executeStep()) {
+    const std::int64_t id = added.getColumn(0).getInt64();
+    if (id > count) throw CacheError("the cache file is damaged (path numbers are not dense)");
+    table[static_cast<std::size_t>(id)] = {added.getColumn(1).getString(),
+                                           added.getColumn(2).getString()};
   }
-  return paths;
 }
 
 std::string reason_for(const SQLite::Exception& e) {
@@ -151,14 +154,25 @@ CommitCache CommitCache::open(const std::filesystem::path& file) {
   }
 }
 
-FoundCommits CommitCache::find(std::uint64_t fingerprint,
-                               const std::vector<std::string>& commits) const {
+std::vector<StoredPath> CommitCache::paths() const {
+  std::vector<StoredPath> table;
+  try {
+    append_paths(impl_->db, table);
+  } catch (const std::exception&) {
+    rethrow_as_cache_error(impl_->file, "read");
+  }
+  return table;
+}
+
+FoundCommits CommitCache::find(std::uint64_t fingerprint, const std::vector<std::string>& commits,
+                               std::vector<StoredPath> paths) const {
   FoundCommits found;
   found.commits.resize(commits.size());
+  found.paths = std::move(paths);
   try {
-    // One read transaction: a writer cannot slip in between the two tables.
+    // One read transaction: every path a commit names is in the table.
     SQLite::Transaction transaction(impl_->db, SQLite::TransactionBehavior::DEFERRED);
-    found.paths = read_paths(impl_->db);
+    append_paths(impl_->db, found.paths);
     SQLite::Statement lookup(impl_->db,
                              "SELECT files FROM commits WHERE id = ? AND fingerprint = ?");
     for (std::size_t i = 0; i < commits.size(); ++i) {

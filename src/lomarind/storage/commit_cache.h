@@ -44,9 +44,15 @@ class CommitCache {
   // left as it is.
   static CommitCache open(const std::filesystem::path& file);
 
-  // The entries of `commits` under `fingerprint`. Throws CacheError when
-  // the file cannot be read or is damaged.
-  FoundCommits find(std::uint64_t fingerprint, const std::vector<std::string>& commits) const;
+  // The path table by number (number 0 unused). Throws CacheError when
+  // the file cannot be read.
+  std::vector<StoredPath> paths() const;
+
+  // The entries of `commits` under `fingerprint`, with `paths` (as paths()
+  // gave it, or empty) extended by whatever was added since. Throws
+  // CacheError when the file cannot be read or is damaged.
+  FoundCommits find(std::uint64_t fingerprint, const std::vector<std::string>& commits,
+                    std::vector<StoredPath> paths = {}) const;
 
   // Adds `commits` under `fingerprint` in one transaction, replacing their
   // entries and dropping those of other fingerprints. Throws CacheError
