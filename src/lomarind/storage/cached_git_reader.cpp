@@ -66,8 +66,12 @@ class CacheUse {
   // Gives the commits the cache holds their files; returns the positions
   // of the others. Throws CacheError or GitError, having filled nothing.
   std::vector<std::size_t> fill(std::vector<CommitChanges>& commits);
-  // Adds the commits at `read` positions. Throws CacheError or GitError.
-  void keep(const std::vector<CommitChanges>& commits, const std::vector<std::size_t>& read);
+  // The commits at `read` positions as the cache keeps them. Throws
+  // GitError.
+  std::vector<CachedCommit> to_keep(const std::vector<CommitChanges>& commits,
+                                    const std::vector<std::size_t>& read);
+  // Adds `commits` to the cache. Throws CacheError.
+  void keep(const std::vector<CachedCommit>& commits);
 
  private:
   // Asks git (once) for the `diff` attribute of each of `paths` not asked
@@ -79,7 +83,7 @@ class CacheUse {
   const DiffSettings settings_;
   const std::uint64_t fingerprint_;
   const git_utils::GitRunner& runner_;
-  const std::filesystem::path& repo_root_;
+  const std::filesystem::path repo_root_;
   std::vector<StoredPath> paths_;
   std::unordered_map<std::string, std::string> attributes_;
 };
@@ -165,8 +169,8 @@ std::vector<bool> CacheUse::current_paths(const FoundCommits& found) {
   return current;
 }
 
-void CacheUse::keep(const std::vector<CommitChanges>& commits,
-                    const std::vector<std::size_t>& read) {
+std::vector<CachedCommit> CacheUse::to_keep(const std::vector<CommitChanges>& commits,
+                                            const std::vector<std::size_t>& read) {
   std::vector<std::string> paths;
   for (std::size_t i : read) {
     for (const git_utils::FileChange& file : commits[i].files) {
@@ -184,7 +188,11 @@ void CacheUse::keep(const std::vector<CommitChanges>& commits,
           {file, attributes_.at(file.path), file.old_path ? attributes_.at(*file.old_path) : ""});
     }
   }
-  cache_.store(fingerprint_, kept);
+  return kept;
+}
+
+void CacheUse::keep(const std::vector<CachedCommit>& commits) {
+  cache_.store(fingerprint_, commits);
 }
 
 }  // namespace
@@ -201,6 +209,7 @@ void CachedGitReader::warn_once(const std::string& message) const {
 std::vector<CommitChanges> CachedGitReader::log_commit_changes(
     const std::filesystem::path& repo_root, std::chrono::sys_seconds since, const std::string& ref,
     int max_commits) const {
+  finish_storing();
   // The cache is made ready (what shapes diffs, the file, its paths and
   // their attributes) while git lists the commits.
   std::future<std::optional<CacheUse>> ready = std::async(std::launch::async, [this, &repo_root] {
@@ -218,8 +227,22 @@ std::vector<CommitChanges> CachedGitReader::log_commit_changes(
     std::iota(missing.begin(), missing.end(), std::size_t{0});
   }
   read_missing(repo_root, commits, missing);
-  if (use && !missing.empty()) attempt([&] { use->keep(commits, missing); });
+  std::vector<CachedCommit> kept;
+  if (use && !missing.empty() && attempt([&] { kept = use->to_keep(commits, missing); })) {
+    // Stored while the caller builds its answer; the next period, and the
+    // reader's end, wait for it.
+    const std::lock_guard<std::mutex> lock(storing_mutex_);
+    storing_ = std::async(std::launch::async,
+                          [this, use = std::move(*use), kept = std::move(kept)]() mutable {
+                            attempt([&] { use.keep(kept); });
+                          });
+  }
   return commits;
+}
+
+void CachedGitReader::finish_storing() const {
+  const std::lock_guard<std::mutex> lock(storing_mutex_);
+  if (storing_.valid()) storing_.get();
 }
 
 template <typename Step>

@@ -12,6 +12,8 @@
 
 #include <atomic>
 #include <filesystem>
+#include <future>
+#include <mutex>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -69,6 +71,8 @@ class CachedGitReader final : public git_utils::GitReader {
   // gives false: the cache then plays no part in the answer.
   template <typename Step>
   bool attempt(Step&& step) const;
+  // Waits for the commits read by the last period to be stored.
+  void finish_storing() const;
   // Logs `message` unless a warning was logged already.
   void warn_once(const std::string& message) const;
 
@@ -76,6 +80,8 @@ class CachedGitReader final : public git_utils::GitReader {
   const git_utils::GitRunner runner_;
   const Logger warnings_;
   mutable std::atomic<bool> warned_ = false;
+  mutable std::mutex storing_mutex_;
+  mutable std::future<void> storing_;  // the last store; its end is waited for
 };
 
 }  // namespace lomarind::commit_cache
