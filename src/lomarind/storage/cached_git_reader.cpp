@@ -11,6 +11,30 @@ namespace lomarind::commit_cache {
 
 using git_utils::CommitChanges;
 
+namespace {
+
+// Runs `step`; the text of a CacheError or GitError leaving it. Logs
+// nothing: a background thread must not call a host's sink.
+template <typename Step>
+std::optional<std::string> failure_of(Step&& step) {
+  try {
+    std::forward<Step>(step)();
+  } catch (const CacheError& e) {
+    return e.what();
+  } catch (const git_utils::GitError& e) {
+    return e.what();
+  }
+  return std::nullopt;
+}
+
+// The cache made ready for one period, or why it cannot be used.
+struct Ready {
+  std::optional<CacheUse> use;
+  std::optional<std::string> failure;
+};
+
+}  // namespace
+
 std::filesystem::path cache_file(const std::filesystem::path& common_dir) {
   return common_dir / "lomarind" / "commits.db";
 }
@@ -26,14 +50,17 @@ std::vector<CommitChanges> CachedGitReader::log_commit_changes(
   finish_storing();
   // The cache is made ready (what shapes diffs, the file, its paths and
   // their attributes) while git lists the commits.
-  std::future<std::optional<CacheUse>> ready = std::async(std::launch::async, [this, &repo_root] {
-    std::optional<CacheUse> use;
-    if (!attempt([&] { use.emplace(start_use(runner_, repo_root)); })) use.reset();
-    return use;
+  std::future<Ready> ready = std::async(std::launch::async, [this, &repo_root] {
+    Ready prepared;
+    prepared.failure = failure_of([&] { prepared.use.emplace(start_use(runner_, repo_root)); });
+    if (prepared.failure) prepared.use.reset();
+    return prepared;
   });
   std::vector<CommitChanges> commits = git_.log_commit_times(repo_root, since, ref, max_commits);
   if (commits.empty()) return commits;
-  std::optional<CacheUse> use = ready.get();
+  Ready prepared = ready.get();
+  if (prepared.failure) warn_once(*prepared.failure);
+  std::optional<CacheUse>& use = prepared.use;
   std::vector<std::size_t> missing;
   if (!use || !attempt([&] { missing = use->fill(commits); })) {
     use.reset();
@@ -43,33 +70,37 @@ std::vector<CommitChanges> CachedGitReader::log_commit_changes(
   read_missing(repo_root, commits, missing);
   std::vector<CachedCommit> kept;
   if (use && !missing.empty() && attempt([&] { kept = use->to_keep(commits, missing); })) {
-    // Stored while the caller builds its answer; the next period, and the
-    // reader's end, wait for it.
+    // Stored while the caller builds its answer; the next period waits for
+    // it and reports its failure, the reader's end waits for it.
     const std::lock_guard<std::mutex> lock(storing_mutex_);
-    storing_ = std::async(std::launch::async,
-                          [this, use = std::move(*use), kept = std::move(kept)]() mutable {
-                            attempt([&] { use.keep(kept); });
-                          });
+    storing_ =
+        std::async(std::launch::async, [use = std::move(*use), kept = std::move(kept)]() mutable {
+          return failure_of([&] { use.keep(kept); });
+        });
   }
   return commits;
 }
 
-void CachedGitReader::finish_storing() const {
+CachedGitReader::~CachedGitReader() {
+  // Nothing is logged here: a host may hold a lock its sink needs.
   const std::lock_guard<std::mutex> lock(storing_mutex_);
-  if (storing_.valid()) storing_.get();
+  if (storing_.valid()) storing_.wait();
+}
+
+void CachedGitReader::finish_storing() const {
+  std::optional<std::string> failure;
+  {
+    const std::lock_guard<std::mutex> lock(storing_mutex_);
+    if (storing_.valid()) failure = storing_.get();
+  }
+  if (failure) warn_once(*failure);
 }
 
 template <typename Step>
 bool CachedGitReader::attempt(Step&& step) const {
-  try {
-    std::forward<Step>(step)();
-    return true;
-  } catch (const CacheError& e) {
-    warn_once(e.what());
-  } catch (const git_utils::GitError& e) {
-    warn_once(e.what());
-  }
-  return false;
+  const std::optional<std::string> failure = failure_of(std::forward<Step>(step));
+  if (failure) warn_once(*failure);
+  return !failure;
 }
 
 void CachedGitReader::read_missing(const std::filesystem::path& repo_root,

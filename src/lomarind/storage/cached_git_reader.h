@@ -7,7 +7,10 @@
 // The cache is an accelerator, never a source of truth: when it is missing,
 // damaged, foreign, a symbolic link, locked or read-only, or when what
 // shapes a diff cannot be checked, the answer is read from git and at most
-// one warning is logged (on the logger given, never the history module's).
+// one warning is logged (on the logger given, never the history module's,
+// and only from the calling thread). Commits read from git are stored while
+// the caller builds its answer; the next period and the reader's end wait
+// for that.
 #pragma once
 
 #include <atomic>
@@ -38,6 +41,10 @@ class CachedGitReader final : public git_utils::GitReader {
   // the few git commands that check what shapes a commit's diff.
   CachedGitReader(const git_utils::GitCli& git, git_utils::GitRunner runner, Logger warnings)
       : git_(git), runner_(std::move(runner)), warnings_(std::move(warnings)) {}
+  // Waits for the last period's commits to be stored.
+  ~CachedGitReader() override;
+  CachedGitReader(const CachedGitReader&) = delete;
+  CachedGitReader& operator=(const CachedGitReader&) = delete;
 
   std::optional<std::string> resolve_commit(const std::filesystem::path& repo_root,
                                             const std::string& name) const override;
@@ -71,7 +78,8 @@ class CachedGitReader final : public git_utils::GitReader {
   // gives false: the cache then plays no part in the answer.
   template <typename Step>
   bool attempt(Step&& step) const;
-  // Waits for the commits read by the last period to be stored.
+  // Waits for the commits read by the last period to be stored, and logs
+  // why that failed, if it did.
   void finish_storing() const;
   // Logs `message` unless a warning was logged already.
   void warn_once(const std::string& message) const;
@@ -81,7 +89,8 @@ class CachedGitReader final : public git_utils::GitReader {
   const Logger warnings_;
   mutable std::atomic<bool> warned_ = false;
   mutable std::mutex storing_mutex_;
-  mutable std::future<void> storing_;  // the last store; its end is waited for
+  // The last period's store: why it failed, if it did.
+  mutable std::future<std::optional<std::string>> storing_;
 };
 
 }  // namespace lomarind::commit_cache
