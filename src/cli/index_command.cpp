@@ -6,6 +6,7 @@
 #include "cli/commands.h"
 #include "cli/display_text.h"
 #include "cli/repository_location.h"
+#include "lomarind/storage/cached_git_reader.h"
 #include "lomarind/storage/indexer.h"
 #include "lomarind/workers/git_history/default_neighbours.h"
 #include "lomarind/workers/git_history/records.h"
@@ -51,8 +52,7 @@ std::string summary(const indexer::IndexSummary& index, const std::filesystem::p
 
 // Reads what the newest MAX_COMMITS commits of HEAD changed through the
 // commit cache, so the first period question after indexing finds them
-// there. The cache warns on its own; a git failure here is the next
-// question's to report.
+// there.
 void fill_commit_cache(const std::filesystem::path& repo_root, const CommitCacheUse& cache) {
   if (!cache.enabled) return;
   const git_history::ProductionHistory production(
@@ -63,7 +63,10 @@ void fill_commit_cache(const std::filesystem::path& repo_root, const CommitCache
       git.log_commit_changes(repo_root, std::chrono::sys_seconds(), *head,
                              git_history::MAX_COMMITS);
     }
-  } catch (const git_utils::GitError&) {
+  } catch (const git_utils::GitError& error) {
+    // The index is built; the cache is only a head start for the next question.
+    Logger(std::string(commit_cache::kCacheLoggerName), cache.sink)
+        .warning("cannot fill the commit cache: git failed: %s", {error.what()});
   }
 }
 
