@@ -41,7 +41,8 @@ std::filesystem::path cache_file(const std::filesystem::path& common_dir) {
 
 void CachedGitReader::warn_once(const std::string& message) const {
   if (warned_.exchange(true)) return;
-  warnings_.warning("%s; reading every commit from git", {message});
+  warnings_.warning("%s; reading every commit from git (LOMARIND_NO_CACHE=1 turns the cache off)",
+                    {message});
 }
 
 std::vector<CommitChanges> CachedGitReader::log_commit_changes(
