@@ -1,5 +1,7 @@
 #include "lomarind/utils/git_cli.h"
 
+#include <sched.h>
+
 #include <algorithm>
 #include <charconv>
 #include <future>
@@ -65,8 +67,18 @@ std::vector<std::string> commit_diff_command(std::vector<std::string> trailing) 
 constexpr std::size_t kMinSlice = 32;
 constexpr std::size_t kMaxSlices = 8;
 
+// The cores this process may run on (a CPU set or taskset leaves fewer
+// than the machine has).
+std::size_t usable_cores() {
+  cpu_set_t cpus;
+  if (::sched_getaffinity(0, sizeof cpus, &cpus) == 0) {
+    return static_cast<std::size_t>(std::max(1, CPU_COUNT(&cpus)));
+  }
+  return std::max(1u, std::thread::hardware_concurrency());
+}
+
 std::size_t slice_count(std::size_t commits) {
-  std::size_t cores = std::max(1u, std::thread::hardware_concurrency());
+  const std::size_t cores = usable_cores();
   return std::clamp<std::size_t>(commits / kMinSlice, 1, std::min(cores, kMaxSlices));
 }
 
