@@ -12,9 +12,11 @@ The report is timed against one period answer instead: it asks several
 answers of the same period, and all of them must stand on one read of the log.
 
 Usage: floor.py LOMARIND_BINARY REPO [--rounds N] [SCENARIO...]
-Scenarios: hotspots, recent, diff, diff-symbols (a page of edited files,
-with the symbols on their changed lines), report (the HTML report against
-`hotspots --json`); default: all.
+Scenarios: hotspots, recent (both reading every commit from git, with
+--no-cache), hotspots-cold (the commit cache deleted before each run),
+hotspots-warm (the cache filled), diff, diff-symbols (a page of edited
+files, with the symbols on their changed lines), report (the HTML report
+against `hotspots --json`); default: all.
 """
 import argparse
 import json
@@ -38,7 +40,8 @@ PERIOD = "100 years"  # reaches before 1970, which the reader sends as @0
 PERIOD_COMMITS = 5000  # the answers' commit limit
 DIFF_DISTANCE = 5000
 # The most each scenario may cost against its floor, as a ratio of wall times.
-BUDGET = {"hotspots": 1.05, "recent": 1.05, "diff": 1.05, "report": 1.10}
+BUDGET = {"hotspots": 1.05, "recent": 1.05, "hotspots-cold": 0.75, "hotspots-warm": 0.10,
+          "diff": 1.05, "report": 1.10}
 
 
 def git_env():
@@ -83,29 +86,52 @@ def spans_floor(repo, base, head, answer):
                 "--", *paths)]
 
 
+def cache_dir(repo):
+    return os.path.join(repo, ".git", "lomarind")
+
+
+def cache_file(repo):
+    return os.path.join(cache_dir(repo), "commits.db")
+
+
+def drop_cache(repo):
+    if not os.path.isdir(cache_dir(repo)):
+        return
+    for name in os.listdir(cache_dir(repo)):
+        if name.startswith("commits.db"):
+            os.remove(os.path.join(cache_dir(repo), name))
+
+
 def scenarios(binary, repo, wanted):
+    """Each scenario: name, lomarind's command, the git commands it stands
+    on, and what to do (untimed) before each of lomarind's runs."""
     head = rev_parse(repo, "HEAD")
     base = rev_parse(repo, f"HEAD~{DIFF_DISTANCE}")
     lom = [binary, "--repo", repo]
+    hotspots = lom + ["hotspots", "--since", PERIOD, "--json"]
     diff = lom + ["diff", "--base", base, "--head", head, "--json"]
     # The first pages hold files added or deleted whole; this one holds edits,
     # whose changed lines take a diff of their own.
     symbols_page = ["--symbols", "--offset", "200"]
-    hotspots = lom + ["hotspots", "--since", PERIOD, "--json"]
     page = os.path.join(tempfile.mkdtemp(prefix="lomarind-bench-"), "report.html")
-    # (lomarind command, floor commands, the floor's environment)
+    # (lomarind command, floor commands, the floor's environment, what to do
+    # before each of lomarind's runs)
     table = {
-        "hotspots": lambda: (hotspots, log_floor(repo, head), git_env()),
-        "recent": lambda: (lom + ["recent", "--since", PERIOD, "--json"],
-                           log_floor(repo, head), git_env()),
-        "diff": lambda: (diff, diff_floor(repo, base, head), git_env()),
+        "hotspots": lambda: (lom + ["--no-cache", "hotspots", "--since", PERIOD, "--json"],
+                             log_floor(repo, head), git_env(), None),
+        "recent": lambda: (lom + ["--no-cache", "recent", "--since", PERIOD, "--json"],
+                           log_floor(repo, head), git_env(), None),
+        "hotspots-cold": lambda: (hotspots, log_floor(repo, head), git_env(),
+                                  lambda: drop_cache(repo)),
+        "hotspots-warm": lambda: (hotspots, log_floor(repo, head), git_env(), None),
+        "diff": lambda: (diff, diff_floor(repo, base, head), git_env(), None),
         "diff-symbols": lambda: (
             diff + symbols_page,
             diff_floor(repo, base, head) + spans_floor(repo, base, head,
                                                        answer_of(diff + symbols_page)),
-            git_env()),
+            git_env(), None),
         "report": lambda: (lom + ["report", "--since", PERIOD, "--output", page], [hotspots],
-                           None),
+                           None, None),
     }
     return [(name, *table[name]()) for name in wanted]
 
@@ -129,18 +155,38 @@ def run(commands, env):
     return time.perf_counter() - start, children_cpu() - cpu
 
 
-def measure(ours, floor, floor_env, rounds):
+def measure(ours, floor, floor_env, rounds, prepare):
+    prepare = prepare or (lambda: None)
     run([ours], None)  # warm the caches
     run(floor, floor_env)
     ours_t, floor_t = [], []
     for i in range(rounds):
         if i % 2 == 0:
+            prepare()
             ours_t.append(run([ours], None))
             floor_t.append(run(floor, floor_env))
         else:
             floor_t.append(run(floor, floor_env))
+            prepare()
             ours_t.append(run([ours], None))
     return ours_t, floor_t
+
+
+def own_peak_rss_kib(argv):
+    """lomarind's own peak resident set (VmHWM), sampled while it runs: the
+    rusage of a child that waited for git would report git's peak when larger."""
+    process = subprocess.Popen(argv, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+    peak = 0
+    while process.poll() is None:
+        try:
+            with open(f"/proc/{process.pid}/status") as status:
+                for line in status:
+                    if line.startswith("VmHWM:"):
+                        peak = max(peak, int(line.split()[1]))
+        except (FileNotFoundError, ProcessLookupError, ValueError):
+            pass
+        time.sleep(0.001)
+    return peak
 
 
 def ratios(ours, floor):
@@ -158,20 +204,26 @@ def main():
     parser.add_argument("repo")
     parser.add_argument("--rounds", type=int, default=25)
     parser.add_argument("scenario", nargs="*",
-                        default=["hotspots", "recent", "diff", "diff-symbols", "report"])
+                        default=["hotspots", "recent", "hotspots-cold", "hotspots-warm",
+                                 "diff", "diff-symbols", "report"])
     args = parser.parse_intermixed_args()
     binary, repo = os.path.abspath(args.binary), os.path.abspath(args.repo)
     print(f"{args.rounds} rounds. wall: median ms of lomarind and of git alone; ratio of the "
           "medians, median of the rounds' ratios, ratio of the best. cpu: the same ratios. "
           "budget: the most the wall ratio may be")
-    for name, ours, floor, floor_env in scenarios(binary, repo, args.scenario):
-        ours_t, floor_t = measure(ours, floor, floor_env, args.rounds)
+    for name, ours, floor, floor_env, prepare in scenarios(binary, repo, args.scenario):
+        ours_t, floor_t = measure(ours, floor, floor_env, args.rounds, prepare)
         wall = ratios([w for w, _ in ours_t], [w for w, _ in floor_t])
         cpu = ratios([c for _, c in ours_t], [c for _, c in floor_t])
         budget = f"{BUDGET[name]:.2f}" if name in BUDGET else "-"
         print(f"{name:13s} wall {wall[0] * 1000:7.1f} {wall[1] * 1000:7.1f}  "
               f"{wall[2]:.3f} {wall[3]:.3f} {wall[4]:.3f}   cpu {cpu[2]:.3f} {cpu[3]:.3f} "
               f"{cpu[4]:.3f}   budget {budget}", flush=True)
+        if name.startswith("hotspots-"):
+            (prepare or (lambda: None))()
+            rss = own_peak_rss_kib(ours)
+            print(f"{'':13s} commit cache {os.path.getsize(cache_file(repo)) / 1e6:.1f} MB, "
+                  f"lomarind's own peak RSS {rss / 1024:.1f} MiB", flush=True)
 
 
 if __name__ == "__main__":

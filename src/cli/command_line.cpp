@@ -70,6 +70,8 @@ Parser::Parser() {
   app.fallthrough();
   app.add_option("--repo", global.repo, "Any folder inside the work tree (default: .)");
   index_file.add(app, "--index", "The index file (default: <git common dir>/lomarind/index.db)");
+  app.add_flag("--no-cache", global.no_cache,
+               "Read every commit from git, neither using nor filling the commit cache");
   add_recent();
   add_hotspots();
   add_diff();

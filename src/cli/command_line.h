@@ -1,6 +1,6 @@
 // What the user asked for on the command line, read with CLI11:
 //
-//   lomarind [--repo DIR] [--index FILE] COMMAND [options]
+//   lomarind [--repo DIR] [--index FILE] [--no-cache] COMMAND [options]
 //
 // with the global options also accepted after COMMAND. An option left out is
 // absent (nullopt); an empty value is a value.
@@ -21,6 +21,7 @@ inline constexpr int kExitUsage = 2;    // the command line itself is wrong
 struct GlobalOptions {
   std::string repo = ".";            // any folder inside a work tree
   std::optional<std::string> index;  // absent: the default index file
+  bool no_cache = false;             // read every commit from git
 };
 
 struct RecentArgs {

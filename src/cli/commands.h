@@ -13,6 +13,7 @@
 #include "cli/command_line.h"
 #include "lomarind/storage/repository_changes.h"
 #include "lomarind/utils/json.h"
+#include "lomarind/utils/logging.h"
 #include "lomarind/workers/git_history/git_history.h"
 
 namespace lomarind::cli {
@@ -43,8 +44,14 @@ struct RepositoryLocation;
 
 // Builds or updates the index of `location`; stops early, leaving the
 // previous index whole, once `stop` is raised.
+// Where `lomarind index` also keeps what the newest commits changed.
+struct CommitCacheUse {
+  bool enabled = true;
+  const LogSink& sink;  // the cache's warnings
+};
+
 int run_index(const RepositoryLocation& location, const IndexArgs& args, const Terminal& terminal,
-              const std::atomic<bool>& stop);
+              const CommitCacheUse& cache, const std::atomic<bool>& stop);
 
 // The readable form of each answer: a summary line, a table of the page's
 // rows (symbol lines under a row when asked for) and a page footer.

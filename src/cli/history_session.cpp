@@ -5,9 +5,11 @@
 namespace lomarind::cli {
 
 HistorySession::HistorySession(std::filesystem::path repo_root, repository_changes::IndexDb db,
-                               std::chrono::sys_seconds now, const LogSink& sink)
+                               Options options, const LogSink& sink)
     : root_(std::move(repo_root)),
       db_(std::move(db)),
-      production_({.now = [now] { return now; }}, sink) {}
+      production_(
+          {.now = [now = options.now] { return now; }, .commit_cache = options.commit_cache},
+          sink) {}
 
 }  // namespace lomarind::cli

@@ -14,9 +14,13 @@ namespace lomarind::cli {
 
 class HistorySession {
  public:
-  // `sink` must outlive the session; `now` is the time periods count back from.
-  HistorySession(std::filesystem::path repo_root, repository_changes::IndexDb db,
-                 std::chrono::sys_seconds now, const LogSink& sink);
+  struct Options {
+    std::chrono::sys_seconds now;  // the time periods count back from
+    bool commit_cache = true;      // take what commits changed from the commit cache
+  };
+  // `sink` must outlive the session.
+  HistorySession(std::filesystem::path repo_root, repository_changes::IndexDb db, Options options,
+                 const LogSink& sink);
   // The query holds references to the members.
   HistorySession(const HistorySession&) = delete;
   HistorySession& operator=(const HistorySession&) = delete;

@@ -6,7 +6,10 @@
 #include "cli/commands.h"
 #include "cli/display_text.h"
 #include "cli/repository_location.h"
+#include "lomarind/storage/cached_git_reader.h"
 #include "lomarind/storage/indexer.h"
+#include "lomarind/workers/git_history/default_neighbours.h"
+#include "lomarind/workers/git_history/records.h"
 
 namespace lomarind::cli {
 
@@ -47,10 +50,30 @@ std::string summary(const indexer::IndexSummary& index, const std::filesystem::p
                      index.symbols, index.languages, index.seconds, terminal_text(file.string()));
 }
 
+// Reads what the newest MAX_COMMITS commits of HEAD changed through the
+// commit cache, so the first period question after indexing finds them
+// there.
+void fill_commit_cache(const std::filesystem::path& repo_root, const CommitCacheUse& cache) {
+  if (!cache.enabled) return;
+  const git_history::ProductionHistory production(
+      {.now = [] { return std::chrono::sys_seconds(); }, .commit_cache = true}, cache.sink);
+  const git_utils::GitReader& git = production.neighbours().git;
+  try {
+    if (std::optional<std::string> head = git.resolve_commit(repo_root, "HEAD")) {
+      git.log_commit_changes(repo_root, std::chrono::sys_seconds(), *head,
+                             git_history::MAX_COMMITS);
+    }
+  } catch (const git_utils::GitError& error) {
+    // The index is built; the cache is only a head start for the next question.
+    Logger(std::string(commit_cache::kCacheLoggerName), cache.sink)
+        .warning("cannot fill the commit cache: git failed: %s", {error.what()});
+  }
+}
+
 }  // namespace
 
 int run_index(const RepositoryLocation& location, const IndexArgs& args, const Terminal& terminal,
-              const std::atomic<bool>& stop) {
+              const CommitCacheUse& cache, const std::atomic<bool>& stop) {
   indexer::IndexSummary index;
   {
     ProgressLine progress(terminal.err, terminal.progress);
@@ -62,6 +85,7 @@ int run_index(const RepositoryLocation& location, const IndexArgs& args, const T
                                  std::size_t total) { progress.update(done, total); },
          .stop = &stop});
   }
+  fill_commit_cache(location.root, cache);
   terminal.out << summary(index, location.index_file) << std::flush;
   return kExitOk;
 }

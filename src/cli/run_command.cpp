@@ -14,13 +14,17 @@ namespace lomarind::cli {
 
 namespace {
 
+HistorySession::Options session_options(const CommandLine& line, const Terminal& terminal) {
+  return {.now = terminal.render.now, .commit_cache = !line.global.no_cache};
+}
+
 template <typename Args>
 int run_history(const CommandLine& line, const Args& args, const Terminal& terminal,
                 const LogSink& sink,
                 int (*command)(const HistoryQuery&, const Args&, const Terminal&)) {
   const RepositoryLocation location = locate_repository(git_utils::GitRunner(), line.global);
   HistorySession session(location.root, open_query_index(location, terminal.err),
-                         terminal.render.now, sink);
+                         session_options(line, terminal), sink);
   return command(session.query(), args, terminal);
 }
 
@@ -29,7 +33,7 @@ int run_report_command(const CommandLine& line, const ReportArgs& args, const Te
   const RepositoryLocation location = locate_repository(git_utils::GitRunner(), line.global);
   repository_changes::IndexDb db = open_query_index(location, terminal.err);
   const bool index_used = !db.empty();
-  HistorySession session(location.root, std::move(db), terminal.render.now, sink);
+  HistorySession session(location.root, std::move(db), session_options(line, terminal), sink);
   return run_report(session, args, index_used, terminal);
 }
 
@@ -64,7 +68,7 @@ int run_command(const CommandLine& line, const Terminal& terminal, const LogSink
         } else {
           const RepositoryLocation location =
               locate_repository(git_utils::GitRunner(), line.global);
-          return run_index(location, args, terminal, stop);
+          return run_index(location, args, terminal, {!line.global.no_cache, sink}, stop);
         }
       },
       line.command);

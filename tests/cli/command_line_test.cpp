@@ -33,6 +33,7 @@ TEST(CommandLineTest, LeftOutIsAbsentWhileEmptyAndDashValuesAreNames) {
   const DiffArgs diff = parse_ok<DiffArgs>({"diff"}, &global);
   EXPECT_EQ(global.repo, ".");
   EXPECT_EQ(global.index, std::nullopt);
+  EXPECT_FALSE(global.no_cache);
   EXPECT_EQ(diff.base, std::nullopt);
   EXPECT_EQ(diff.head, std::nullopt);
   const HotspotsArgs hot =
@@ -43,12 +44,13 @@ TEST(CommandLineTest, LeftOutIsAbsentWhileEmptyAndDashValuesAreNames) {
 
 TEST(CommandLineTest, GlobalOptionsGoBeforeOrAfterTheCommand) {
   for (const std::vector<std::string>& args :
-       {std::vector<std::string>{"--repo", "r", "--index", "i.db", "diff", "--json"},
-        std::vector<std::string>{"diff", "--json", "--repo", "r", "--index=i.db"}}) {
+       {std::vector<std::string>{"--repo", "r", "--index", "i.db", "--no-cache", "diff", "--json"},
+        std::vector<std::string>{"diff", "--json", "--repo", "r", "--no-cache", "--index=i.db"}}) {
     GlobalOptions global;
     EXPECT_TRUE(parse_ok<DiffArgs>(args, &global).json);
     EXPECT_EQ(global.repo, "r");
     EXPECT_EQ(global.index, "i.db");
+    EXPECT_TRUE(global.no_cache);
   }
   const RecentArgs recent = parse_ok<RecentArgs>(
       {"recent", "--since=2w", "--symbols", "--source-only", "--limit", "-1", "--offset", "7"});

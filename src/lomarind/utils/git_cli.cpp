@@ -1,9 +1,13 @@
 #include "lomarind/utils/git_cli.h"
 
+#include <sched.h>
+
 #include <algorithm>
 #include <charconv>
+#include <future>
 #include <initializer_list>
 #include <string_view>
+#include <thread>
 
 #include "lomarind/utils/git_parse.h"
 #include "lomarind/utils/log_parser.h"
@@ -41,6 +45,42 @@ std::string git_date(std::chrono::sys_seconds time) {
 }
 
 std::string first_line(std::string_view out) { return std::string(out.substr(0, out.find('\n'))); }
+
+// The arguments that pick a period's commits: the same walk, with or
+// without diffs, lists the same commits.
+std::vector<std::string> period_walk(std::chrono::sys_seconds since, const std::string& ref,
+                                     int max_commits) {
+  return {"--since=" + git_date(since), "--max-count=" + std::to_string(max_commits),
+          "--end-of-options", ref, "--"};
+}
+
+// What the log of a period and the log of given commits both show.
+std::vector<std::string> commit_diff_command(std::vector<std::string> trailing) {
+  std::vector<std::string> args =
+      diff_command({"log", "-z", "--raw", "--numstat", "-M"}, {"--no-show-signature", kLogFormat});
+  args.insert(args.end(), std::make_move_iterator(trailing.begin()),
+              std::make_move_iterator(trailing.end()));
+  return args;
+}
+
+// Below this many commits a second git process costs more than it saves.
+constexpr std::size_t kMinSlice = 32;
+constexpr std::size_t kMaxSlices = 8;
+
+// The cores this process may run on (a CPU set or taskset leaves fewer
+// than the machine has).
+std::size_t usable_cores() {
+  cpu_set_t cpus;
+  if (::sched_getaffinity(0, sizeof cpus, &cpus) == 0) {
+    return static_cast<std::size_t>(std::max(1, CPU_COUNT(&cpus)));
+  }
+  return std::max(1u, std::thread::hardware_concurrency());
+}
+
+std::size_t slice_count(std::size_t commits) {
+  const std::size_t cores = usable_cores();
+  return std::clamp<std::size_t>(commits / kMinSlice, 1, std::min(cores, kMaxSlices));
+}
 
 }  // namespace
 
@@ -117,17 +157,67 @@ std::vector<CommitChanges> GitCli::log_commit_changes(const std::filesystem::pat
                                                       std::chrono::sys_seconds since,
                                                       const std::string& ref,
                                                       int max_commits) const {
-  std::string since_option = "--since=" + git_date(since);
-  std::string max_option = "--max-count=" + std::to_string(max_commits);
   // Parsed as it arrives: the parse overlaps git's work, and the log is
   // never held whole.
   LogParser parser;
-  runner_.run_checked(repo_root,
-                      diff_command({"log", "-z", "--raw", "--numstat", "-M"},
-                                   {"--no-show-signature", kLogFormat, since_option, max_option,
-                                    "--end-of-options", ref, "--"}),
+  runner_.run_checked(repo_root, commit_diff_command(period_walk(since, ref, max_commits)),
                       [&parser](std::string_view piece) { parser.feed(piece); });
   return std::move(parser).finish();
+}
+
+std::vector<CommitChanges> GitCli::log_commit_times(const std::filesystem::path& repo_root,
+                                                    std::chrono::sys_seconds since,
+                                                    const std::string& ref, int max_commits) const {
+  std::vector<std::string> args = {"log", "-z", "--no-show-signature", std::string(kLogFormat)};
+  std::vector<std::string> walk = period_walk(since, ref, max_commits);
+  args.insert(args.end(), walk.begin(), walk.end());
+  return parse_log(runner_.run_checked(repo_root, args));
+}
+
+std::vector<CommitChanges> GitCli::read_commit_changes(
+    const std::filesystem::path& repo_root, const std::vector<std::string>& commits) const {
+  const std::size_t slices = slice_count(commits.size());
+  const std::size_t per_slice = (commits.size() + slices - 1) / std::max<std::size_t>(slices, 1);
+  std::vector<std::future<std::vector<CommitChanges>>> reads;
+  for (std::size_t first = 0; first < commits.size(); first += per_slice) {
+    std::span<const std::string> slice(commits.data() + first,
+                                       std::min(per_slice, commits.size() - first));
+    reads.push_back(std::async(std::launch::async,
+                               [this, &repo_root, slice] { return read_slice(repo_root, slice); }));
+  }
+  std::vector<CommitChanges> all;
+  all.reserve(commits.size());
+  for (auto& read : reads) {
+    std::vector<CommitChanges> part = read.get();
+    all.insert(all.end(), std::make_move_iterator(part.begin()),
+               std::make_move_iterator(part.end()));
+  }
+  return all;
+}
+
+// --no-walk=unsorted shows the commits given on stdin in their order, each
+// with the diff a walked log shows for it (merges without files, a root
+// against the empty tree).
+std::vector<CommitChanges> GitCli::read_slice(const std::filesystem::path& repo_root,
+                                              std::span<const std::string> commits) const {
+  std::string ids;
+  for (const std::string& commit : commits) {
+    if (commit.empty() || commit.find_first_not_of("0123456789abcdef") != std::string::npos) {
+      throw GitError("not a commit id: '" + commit + "'");
+    }
+    ids += commit;
+    ids += '\n';
+  }
+  LogParser parser;
+  runner_.run_checked(
+      repo_root, commit_diff_command({"--no-walk=unsorted", "--stdin", "--"}),
+      [&parser](std::string_view piece) { parser.feed(piece); }, ids);
+  std::vector<CommitChanges> read = std::move(parser).finish();
+  if (read.size() != commits.size()) {
+    throw GitError("git listed " + std::to_string(read.size()) + " of " +
+                   std::to_string(commits.size()) + " commits asked for");
+  }
+  return read;
 }
 
 // --before keeps commits at or before its date, so asking for one second

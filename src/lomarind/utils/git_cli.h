@@ -6,6 +6,7 @@
 #include <chrono>
 #include <functional>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -49,7 +50,21 @@ class GitCli final : public GitReader {
                                   bool merge_base,
                                   const std::vector<std::string>& paths) const override;
 
+  // The commits log_commit_changes lists, by the same walk, each with its
+  // time but without files: a listing that costs no diff.
+  std::vector<CommitChanges> log_commit_times(const std::filesystem::path& repo_root,
+                                              std::chrono::sys_seconds since,
+                                              const std::string& ref, int max_commits) const;
+  // What each of `commits` changed, exactly as log_commit_changes shows it,
+  // in the order given. Long lists are read by several git processes at
+  // once, one per core (at most 8).
+  std::vector<CommitChanges> read_commit_changes(const std::filesystem::path& repo_root,
+                                                 const std::vector<std::string>& commits) const;
+
  private:
+  std::vector<CommitChanges> read_slice(const std::filesystem::path& repo_root,
+                                        std::span<const std::string> commits) const;
+
   GitRunner runner_;
   Clock now_;
 };

@@ -87,8 +87,8 @@ std::vector<std::string> GitRunner::environment() const {
 
 GitResult GitRunner::run(const std::filesystem::path& repo_root,
                          const std::vector<std::string>& args,
-                         const subprocess::OutputSink& on_stdout) const {
-  subprocess::Command command{command_line(repo_root, args), environment(), {}, {}};
+                         const subprocess::OutputSink& on_stdout, const std::string& input) const {
+  subprocess::Command command{command_line(repo_root, args), environment(), input, {}};
   subprocess::Result result;
   try {
     result = subprocess::run(command, on_stdout);
@@ -107,8 +107,9 @@ GitResult GitRunner::run(const std::filesystem::path& repo_root,
 
 std::string GitRunner::run_checked(const std::filesystem::path& repo_root,
                                    const std::vector<std::string>& args,
-                                   const subprocess::OutputSink& on_stdout) const {
-  GitResult result = run(repo_root, args, on_stdout);
+                                   const subprocess::OutputSink& on_stdout,
+                                   const std::string& input) const {
+  GitResult result = run(repo_root, args, on_stdout, input);
   if (result.exit_status != 0) throw failure(repo_root, args, result);
   return std::move(result.out);
 }

@@ -36,14 +36,17 @@ class GitRunner {
   // ("git is not installed or not on PATH") or dies from a signal. With
   // `on_stdout`, stdout goes there in pieces as git writes it (and
   // GitResult::out stays empty); what it throws ends git and propagates.
+  // `input`, when not empty, is written to git's stdin.
   GitResult run(const std::filesystem::path& repo_root, const std::vector<std::string>& args,
-                const subprocess::OutputSink& on_stdout = nullptr) const;
+                const subprocess::OutputSink& on_stdout = nullptr,
+                const std::string& input = {}) const;
 
   // As run(), but a non-zero exit throws GitError with git's trimmed stderr
   // (or "git exited with status N" when it printed nothing).
   std::string run_checked(const std::filesystem::path& repo_root,
                           const std::vector<std::string>& args,
-                          const subprocess::OutputSink& on_stdout = nullptr) const;
+                          const subprocess::OutputSink& on_stdout = nullptr,
+                          const std::string& input = {}) const;
 
   // The GitError for a command that exited non-zero with `result`: git's
   // trimmed stderr, or "git exited with status N" when it printed nothing.

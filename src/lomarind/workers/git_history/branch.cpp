@@ -45,14 +45,4 @@ std::vector<git_utils::FileChange> by_lines_changed(std::span<const git_utils::F
   return ordered;
 }
 
-Json change_row(const git_utils::FileChange& change) {
-  Json row = Json::object();
-  row["path"] = change.path;
-  row["status"] = change.status;
-  if (change.old_path) row["old_path"] = *change.old_path;
-  row["additions"] = change.additions;
-  row["deletions"] = change.deletions;
-  return row;
-}
-
 }  // namespace lomarind::git_history

@@ -8,16 +8,6 @@
 #include "lomarind/workers/git_history/symbols.h"
 
 namespace lomarind::git_history {
-namespace {
-
-std::vector<std::string> paths_of(const std::vector<git_utils::FileChange>& files) {
-  std::vector<std::string> paths;
-  paths.reserve(files.size());
-  for (const git_utils::FileChange& file : files) paths.push_back(file.path);
-  return paths;
-}
-
-}  // namespace
 
 Json GitHistory::branch_diff(const repository_changes::Repository& repository,
                              const std::filesystem::path& repo_root,
@@ -25,11 +15,7 @@ Json GitHistory::branch_diff(const repository_changes::Repository& repository,
   const BranchChanges changes = branch_changes(repo_root, options.base_branch, options.head_branch);
   std::vector<git_utils::FileChange> files = by_lines_changed(changes.files());
   if (options.source_only) {
-    const repository_changes::IndexedPaths facts =
-        n_.index.indexed_paths(repository.db, paths_of(files));
-    std::erase_if(files, [&](const git_utils::FileChange& file) {
-      return !detail::is_source(n_.filters, file.path, facts);
-    });
+    detail::drop_non_source(files, n_.filters, detail::index_facts(n_.index, repository.db, files));
   }
   const std::vector<git_utils::FileChange> page =
       detail::page(files, options.limit, options.offset);

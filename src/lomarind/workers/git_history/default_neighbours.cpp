@@ -1,5 +1,6 @@
 #include "lomarind/workers/git_history/default_neighbours.h"
 
+#include <cstdlib>
 #include <string>
 #include <utility>
 
@@ -29,9 +30,26 @@ Json DefaultPaginationHint::add_pagination_hint(Json result, std::int64_t count)
   return pagination::add_pagination_hint(std::move(result), count);
 }
 
+bool commit_cache_disabled_by_environment() {
+  const char* value = std::getenv("LOMARIND_NO_CACHE");
+  return value != nullptr && std::string_view(value) != "" && std::string_view(value) != "0";
+}
+
+// The cache warns on a logger of its own, so the history module's logger
+// carries only the module's own lines.
 ProductionHistory::ProductionHistory(ProductionOptions options, const LogSink& sink)
-    : git_(std::move(options.runner), std::move(options.now)),
+    : git_(options.runner, std::move(options.now)),
+      cache_logger_(std::string(commit_cache::kCacheLoggerName), sink),
+      cached_(options.commit_cache && !commit_cache_disabled_by_environment()
+                  ? std::make_optional<commit_cache::CachedGitReader>(git_, options.runner,
+                                                                      cache_logger_)
+                  : std::nullopt),
       logger_(std::string(kLoggerName), sink),
-      history_(Neighbours{git_, index_, filters_, pagination_, logger_}) {}
+      history_(Neighbours{reader(), index_, filters_, pagination_, logger_}) {}
+
+const git_utils::GitReader& ProductionHistory::reader() const {
+  if (cached_) return *cached_;
+  return git_;
+}
 
 }  // namespace lomarind::git_history

@@ -5,8 +5,10 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string_view>
 
+#include "lomarind/storage/cached_git_reader.h"
 #include "lomarind/storage/sqlite_index.h"
 #include "lomarind/utils/git_cli.h"
 #include "lomarind/utils/git_runner.h"
@@ -32,7 +34,14 @@ class DefaultPaginationHint final : public PaginationHint {
 struct ProductionOptions {
   git_utils::Clock now;  // periods count back from it
   git_utils::GitRunner runner = git_utils::GitRunner();
+  // Periods take what each commit changed from the repository's commit
+  // cache. LOMARIND_NO_CACHE=1 in the environment turns it off for any host.
+  bool commit_cache = true;
 };
+
+// Whether the environment turns the commit cache off (LOMARIND_NO_CACHE set
+// to anything but "" or "0").
+bool commit_cache_disabled_by_environment();
 
 // The answers over the production neighbours. `sink` must outlive it.
 // Holds references to its own members: neither copied nor moved.
@@ -45,10 +54,14 @@ class ProductionHistory {
   const GitHistory& history() const { return history_; }
   // The neighbours themselves, for a caller that wraps one of them (a
   // reader that serves several answers from one log, say).
-  Neighbours neighbours() const { return {git_, index_, filters_, pagination_, logger_}; }
+  Neighbours neighbours() const { return {reader(), index_, filters_, pagination_, logger_}; }
 
  private:
+  const git_utils::GitReader& reader() const;
+
   git_utils::GitCli git_;
+  Logger cache_logger_;
+  std::optional<commit_cache::CachedGitReader> cached_;
   repository_changes::SqliteIndex index_;
   DefaultSourceFilters filters_;
   DefaultPaginationHint pagination_;

@@ -66,4 +66,15 @@ ResolvedRef resolve_head(const git_utils::GitReader& git, const std::filesystem:
                         std::string(parameter) + " empty to use the current branch");
 }
 
+PeriodLog read_period(const git_utils::GitReader& git, const Logger& logger,
+                      const std::filesystem::path& repo_root, const std::string& since,
+                      const std::optional<std::string>& branch) {
+  PeriodLog log{.start = period_start(git, since), .tip = {}, .commits = {}};
+  log.commits = reading_git(logger, [&] {
+    log.tip = resolve_head(git, repo_root, branch, "branch");
+    return git.log_commit_changes(repo_root, log.start, log.tip.commit, MAX_COMMITS);
+  });
+  return log;
+}
+
 }  // namespace lomarind::git_history::detail

@@ -10,6 +10,7 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "lomarind/utils/git_utils.h"
 #include "lomarind/utils/logging.h"
@@ -58,5 +59,20 @@ ResolvedRef resolve_base(const git_utils::GitReader& git, const std::filesystem:
 // which the caller's user gave `name`, quoted in the error.
 ResolvedRef resolve_head(const git_utils::GitReader& git, const std::filesystem::path& repo_root,
                          const std::optional<std::string>& name, std::string_view parameter);
+
+// One period's log: where it starts, the tip it was read from, and its
+// commits, newest first.
+struct PeriodLog {
+  std::chrono::sys_seconds start;
+  ResolvedRef tip;
+  std::vector<git_utils::CommitChanges> commits;
+};
+
+// The start of `since`, then (inside the git-error guard) the tip of
+// `branch` or of what is checked out, and one log of at most MAX_COMMITS
+// commits from it.
+PeriodLog read_period(const git_utils::GitReader& git, const Logger& logger,
+                      const std::filesystem::path& repo_root, const std::string& since,
+                      const std::optional<std::string>& branch);
 
 }  // namespace lomarind::git_history::detail

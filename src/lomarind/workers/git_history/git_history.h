@@ -17,26 +17,10 @@
 #include "lomarind/utils/git_utils.h"
 #include "lomarind/utils/json.h"
 #include "lomarind/utils/logging.h"
+#include "lomarind/workers/git_history/neighbour_interfaces.h"
 #include "lomarind/workers/git_history/records.h"
 
 namespace lomarind::git_history {
-
-// Which changed files count as production source.
-class SourceFilters {
- public:
-  virtual ~SourceFilters() = default;
-  virtual bool in_source_languages(std::string_view language) const = 0;
-  virtual bool is_source_extension(std::string_view path) const = 0;
-  virtual bool is_test_path(std::string_view path) const = 0;
-  virtual bool should_skip_path(std::string_view directory) const = 0;
-};
-
-// Adds the next-page hint to a paginated answer and returns the answer.
-class PaginationHint {
- public:
-  virtual ~PaginationHint() = default;
-  virtual Json add_pagination_hint(Json result, std::int64_t count) const = 0;
-};
 
 // The neighbours an answer talks to. All must outlive the GitHistory.
 struct Neighbours {
@@ -46,10 +30,6 @@ struct Neighbours {
   const PaginationHint& pagination;
   const Logger& logger;
 };
-
-// Symbol rows by path, in insertion order: the given files first, then any
-// path the index answered for that was not asked about.
-using SymbolsByPath = std::vector<std::pair<std::string, std::vector<Json>>>;
 
 struct BranchChangesOptions {
   // The name under which the caller's user gave the head; quoted in the

@@ -44,6 +44,18 @@ std::vector<ComponentTotals> totals_by_component(std::span<const PathHistory> hi
   return totals;
 }
 
+// name, type, commits, additions, deletions: how every hotspot row starts.
+Json row_head(const std::string& name, std::string_view type, std::int64_t commits,
+              std::int64_t additions, std::int64_t deletions) {
+  Json row = Json::object();
+  row["name"] = name;
+  row["type"] = type;
+  row["commits"] = commits;
+  row["additions"] = additions;
+  row["deletions"] = deletions;
+  return row;
+}
+
 }  // namespace
 
 double risk_score(std::int64_t commits, std::int64_t busiest) {
@@ -68,12 +80,8 @@ std::vector<Json> file_rows(std::span<const PathHistory> histories,
   std::vector<Json> rows;
   rows.reserve(histories.size());
   for (const PathHistory& history : histories) {
-    Json row = Json::object();
-    row["name"] = history.path;
-    row["type"] = "file";
-    row["commits"] = history.commits;
-    row["additions"] = history.additions;
-    row["deletions"] = history.deletions;
+    Json row =
+        row_head(history.path, "file", history.commits, history.additions, history.deletions);
     const auto fact = facts.find(history.path);
     row["component"] = fact != facts.end() && fact->second.component ? Json(*fact->second.component)
                                                                      : Json(nullptr);
@@ -94,12 +102,8 @@ std::vector<Json> component_rows(std::span<const PathHistory> histories,
   std::vector<Json> rows;
   rows.reserve(ranked.size());
   for (const ComponentTotals& component : ranked) {
-    Json row = Json::object();
-    row["name"] = component.name;
-    row["type"] = "component";
-    row["commits"] = component.commits;
-    row["additions"] = component.additions;
-    row["deletions"] = component.deletions;
+    Json row = row_head(component.name, "component", component.commits, component.additions,
+                        component.deletions);
     row["files"] = component.files;
     row["risk_score"] = risk_score(component.commits, busiest);
     rows.push_back(std::move(row));

@@ -50,24 +50,13 @@ Json GitHistory::hotspots(const repository_changes::Repository& repository,
     throw GitHistoryError("group_by must be 'file' or 'component'; got " +
                           quoting::quoted_name(options.group_by));
   }
-  const std::chrono::sys_seconds start = detail::period_start(n_.git, options.since);
-  detail::ResolvedRef tip;
-  const std::vector<git_utils::CommitChanges> commits = detail::reading_git(n_.logger, [&] {
-    tip = detail::resolve_head(n_.git, repo_root, options.branch, "branch");
-    return n_.git.log_commit_changes(repo_root, start, tip.commit, MAX_COMMITS);
-  });
+  const detail::PeriodLog log =
+      detail::read_period(n_.git, n_.logger, repo_root, options.since, options.branch);
 
-  std::vector<detail::PathHistory> kept = existing_files(detail::histories(commits));
+  std::vector<detail::PathHistory> kept = existing_files(detail::histories(log.commits));
   const std::size_t existing = kept.size();
-  std::vector<std::string> paths;
-  paths.reserve(kept.size());
-  for (const detail::PathHistory& history : kept) paths.push_back(history.path);
-  const repository_changes::IndexedPaths facts = n_.index.indexed_paths(repository.db, paths);
-  if (options.source_only) {
-    std::erase_if(kept, [&](const detail::PathHistory& history) {
-      return !detail::is_source(n_.filters, history.path, facts);
-    });
-  }
+  const repository_changes::IndexedPaths facts = detail::index_facts(n_.index, repository.db, kept);
+  if (options.source_only) detail::drop_non_source(kept, n_.filters, facts);
   std::int64_t total = static_cast<std::int64_t>(kept.size());
   std::vector<Json> rows;
   if (options.group_by == "component") {
@@ -79,7 +68,7 @@ Json GitHistory::hotspots(const repository_changes::Repository& repository,
     rows = file_page(kept, facts, options.limit, options.offset);
   }
 
-  Json result = detail::period_fields(options.since, tip.name, commits);
+  Json result = detail::period_fields(options.since, log.tip.name, log.commits);
   result["group_by"] = options.group_by;
   result["excluded_files"] = static_cast<std::int64_t>(existing - kept.size());
   return detail::paginated(std::move(result), "hotspots", std::move(rows), total, options.limit,

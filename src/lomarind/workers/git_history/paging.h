@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "lomarind/utils/json.h"
-#include "lomarind/workers/git_history/git_history.h"
+#include "lomarind/workers/git_history/neighbour_interfaces.h"
 
 namespace lomarind::git_history::detail {
 

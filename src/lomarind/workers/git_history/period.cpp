@@ -108,13 +108,6 @@ std::string utc_timestamp(std::int64_t seconds) {
   return text;
 }
 
-Json history_row(const PathHistory& history) {
-  Json row = change_row(history.as_change());
-  row["commits"] = history.commits;
-  row["last_changed"] = utc_timestamp(history.last_changed);
-  return row;
-}
-
 Json period_fields(const std::string& since, const std::string& branch,
                    std::span<const git_utils::CommitChanges> commits) {
   Json fields = Json::object();

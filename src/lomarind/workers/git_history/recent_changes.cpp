@@ -25,23 +25,13 @@ bool latest_first(const detail::PathHistory& a, const detail::PathHistory& b) {
 Json GitHistory::recent_changes(const repository_changes::Repository& repository,
                                 const std::filesystem::path& repo_root,
                                 const RecentChangesOptions& options) const {
-  const std::chrono::sys_seconds start = detail::period_start(n_.git, options.since);
-  detail::ResolvedRef tip;
-  const std::vector<git_utils::CommitChanges> commits = detail::reading_git(n_.logger, [&] {
-    tip = detail::resolve_head(n_.git, repo_root, options.branch, "branch");
-    return n_.git.log_commit_changes(repo_root, start, tip.commit, MAX_COMMITS);
-  });
+  const detail::PeriodLog log =
+      detail::read_period(n_.git, n_.logger, repo_root, options.since, options.branch);
 
-  std::vector<detail::PathHistory> kept = detail::histories(commits);
+  std::vector<detail::PathHistory> kept = detail::histories(log.commits);
   const std::size_t changed = kept.size();
   if (options.source_only) {
-    std::vector<std::string> paths;
-    paths.reserve(kept.size());
-    for (const detail::PathHistory& history : kept) paths.push_back(history.path);
-    const repository_changes::IndexedPaths facts = n_.index.indexed_paths(repository.db, paths);
-    std::erase_if(kept, [&](const detail::PathHistory& history) {
-      return !detail::is_source(n_.filters, history.path, facts);
-    });
+    detail::drop_non_source(kept, n_.filters, detail::index_facts(n_.index, repository.db, kept));
   }
   detail::sort_through_page(kept, options.limit, options.offset, latest_first);
 
@@ -51,15 +41,15 @@ Json GitHistory::recent_changes(const repository_changes::Repository& repository
   for (const detail::PathHistory& history : page) rows.push_back(detail::history_row(history));
   if (options.include_symbols && !page.empty()) {
     const std::optional<std::string> window_base = detail::reading_git(
-        n_.logger, [&] { return n_.git.commit_before(repo_root, tip.commit, start); });
+        n_.logger, [&] { return n_.git.commit_before(repo_root, log.tip.commit, log.start); });
     std::vector<git_utils::FileChange> files;
     files.reserve(page.size());
     for (const detail::PathHistory& history : page) files.push_back(history.as_change());
-    detail::attach_symbols(rows, touched_symbols(repository, repo_root, window_base, tip.commit,
+    detail::attach_symbols(rows, touched_symbols(repository, repo_root, window_base, log.tip.commit,
                                                  files, {.merge_base = false}));
   }
 
-  Json result = detail::period_fields(options.since, tip.name, commits);
+  Json result = detail::period_fields(options.since, log.tip.name, log.commits);
   result["excluded_files"] = static_cast<std::int64_t>(changed - kept.size());
   return detail::paginated(std::move(result), "files", std::move(rows),
                            static_cast<std::int64_t>(kept.size()), options.limit, options.offset,

@@ -2,6 +2,8 @@
 
 #include <vector>
 
+#include "lomarind/workers/git_history/git_history.h"
+
 namespace lomarind::git_history::detail {
 namespace {
 

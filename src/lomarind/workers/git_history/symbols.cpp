@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "lomarind/workers/git_history/git_access.h"
+#include "lomarind/workers/git_history/git_history.h"
 
 namespace lomarind::git_history {
 namespace {
@@ -71,16 +72,6 @@ std::vector<repository_changes::LineRange> line_ranges(const git_utils::LineSpan
     }
   }
   return ranges;
-}
-
-Json symbol_row(const repository_changes::SymbolOnLines& symbol) {
-  Json row = Json::object();
-  row["name"] = symbol.name;
-  row["kind"] = symbol.kind;
-  row["fqn"] = symbol.fqn;
-  row["line"] = symbol.start_line;
-  row["end_line"] = symbol.end_line;
-  return row;
 }
 
 SymbolsByPath GitHistory::touched_symbols(const repository_changes::Repository& repository,

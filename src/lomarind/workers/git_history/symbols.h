@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "lomarind/utils/json.h"
-#include "lomarind/workers/git_history/git_history.h"
+#include "lomarind/workers/git_history/records.h"
 
 namespace lomarind::git_history::detail {
 

@@ -1,0 +1,162 @@
+#include "lomarind/storage/cache_use.h"
+
+#include <algorithm>
+#include <string_view>
+#include <unordered_set>
+#include <utility>
+
+#include "lomarind/storage/cached_git_reader.h"
+
+namespace lomarind::commit_cache {
+namespace {
+
+using git_utils::CommitChanges;
+using git_utils::DiffSettings;
+
+// Changes with the diff flags, the rename limit or the stored layout, so
+// that entries written under other ones are never served.
+constexpr std::string_view kFormat =
+    "lomarind commit changes 1: log -z --raw --numstat -M, renameLimit=1000, myers, showRoot, "
+    "no textconv";
+
+// FNV-1a: stable across builds and processes, which std::hash is not.
+std::uint64_t fingerprint(std::string_view state) {
+  std::uint64_t hash = 14695981039346656037ull;
+  for (std::string_view part : {kFormat, state}) {
+    for (char c : part) {
+      hash ^= static_cast<unsigned char>(c);
+      hash *= 1099511628211ull;
+    }
+    hash ^= 0xff;
+    hash *= 1099511628211ull;
+  }
+  return hash;
+}
+
+git_utils::FileChange change_of(const StoredChange& file, const FoundCommits& found) {
+  git_utils::FileChange change{.path = found.paths[file.path].path,
+                               .status = std::string(status_name(file.status)),
+                               .additions = file.additions,
+                               .deletions = file.deletions,
+                               .old_path = std::nullopt};
+  if (file.old_path != 0) change.old_path = found.paths[file.old_path].path;
+  return change;
+}
+
+// Up to this many paths, the attributes of the whole path table are asked
+// for while git lists the period's commits; beyond it, only those of the
+// paths the period's cached commits name, once they are known.
+constexpr std::size_t kPathsAskedAhead = 20000;
+
+}  // namespace
+
+CacheUse::CacheUse(CommitCache cache, DiffSettings settings, const git_utils::GitRunner& runner,
+                   const std::filesystem::path& repo_root)
+    : cache_(std::move(cache)),
+      settings_(std::move(settings)),
+      fingerprint_(fingerprint(settings_.repository_state)),
+      runner_(runner),
+      repo_root_(repo_root) {}
+
+void CacheUse::prepare() {
+  paths_ = cache_.paths();
+  if (paths_.size() > kPathsAskedAhead) return;
+  std::vector<std::string> paths;
+  paths.reserve(paths_.size());
+  for (std::size_t id = 1; id < paths_.size(); ++id) paths.push_back(paths_[id].path);
+  learn_attributes(paths);
+}
+
+CacheUse start_use(const git_utils::GitRunner& runner, const std::filesystem::path& repo_root) {
+  DiffSettings settings = git_utils::read_diff_settings(runner, repo_root);
+  if (!settings.checkable)
+    throw CacheError("what shapes this repository's diffs cannot be checked");
+  CommitCache cache = CommitCache::open(cache_file(settings.common_dir));
+  CacheUse use(std::move(cache), std::move(settings), runner, repo_root);
+  use.prepare();
+  return use;
+}
+
+void CacheUse::learn_attributes(const std::vector<std::string>& paths) {
+  std::vector<std::string> asked;
+  std::unordered_set<std::string_view> seen;
+  for (const std::string& path : paths) {
+    if (!attributes_.contains(path) && seen.insert(path).second) asked.push_back(path);
+  }
+  std::vector<std::string> values = git_utils::diff_attributes(runner_, repo_root_, asked);
+  for (std::size_t i = 0; i < asked.size(); ++i) attributes_[asked[i]] = std::move(values[i]);
+}
+
+std::vector<std::size_t> CacheUse::fill(std::vector<CommitChanges>& commits) {
+  std::vector<std::string> ids;
+  ids.reserve(commits.size());
+  for (const CommitChanges& commit : commits) ids.push_back(commit.commit);
+  FoundCommits found = cache_.find(fingerprint_, ids, std::move(paths_));
+  // A shallow commit's diff changes once its parents arrive.
+  for (std::size_t i = 0; i < commits.size(); ++i) {
+    if (settings_.shallow.contains(commits[i].commit)) found.commits[i].reset();
+  }
+  const std::vector<bool> current = current_paths(found);
+  std::vector<std::size_t> missing;
+  for (std::size_t i = 0; i < commits.size(); ++i) {
+    const auto& files = found.commits[i];
+    if (!files || !std::all_of(files->begin(), files->end(), [&](const StoredChange& file) {
+          return current[file.path] && current[file.old_path];
+        })) {
+      missing.push_back(i);
+      continue;
+    }
+    commits[i].files.reserve(files->size());
+    for (const StoredChange& file : *files) commits[i].files.push_back(change_of(file, found));
+  }
+  return missing;
+}
+
+// Which path numbers still have the attribute they were stored with (0,
+// "no path", always has).
+std::vector<bool> CacheUse::current_paths(const FoundCommits& found) {
+  std::vector<bool> used(found.paths.size(), false);
+  for (const auto& files : found.commits) {
+    if (!files) continue;
+    for (const StoredChange& file : *files) used[file.path] = used[file.old_path] = true;
+  }
+  std::vector<std::string> paths;
+  for (std::size_t id = 1; id < used.size(); ++id) {
+    if (used[id]) paths.push_back(found.paths[id].path);
+  }
+  learn_attributes(paths);
+  std::vector<bool> current(found.paths.size(), false);
+  current[0] = true;
+  for (std::size_t id = 1; id < used.size(); ++id) {
+    current[id] = used[id] && attributes_.at(found.paths[id].path) == found.paths[id].attribute;
+  }
+  return current;
+}
+
+std::vector<CachedCommit> CacheUse::to_keep(const std::vector<CommitChanges>& commits,
+                                            const std::vector<std::size_t>& read) {
+  std::vector<std::string> paths;
+  for (std::size_t i : read) {
+    for (const git_utils::FileChange& file : commits[i].files) {
+      paths.push_back(file.path);
+      if (file.old_path) paths.push_back(*file.old_path);
+    }
+  }
+  learn_attributes(paths);
+  std::vector<CachedCommit> kept;
+  for (std::size_t i : read) {
+    if (settings_.shallow.contains(commits[i].commit)) continue;
+    CachedCommit& commit = kept.emplace_back(CachedCommit{commits[i].commit, {}});
+    for (const git_utils::FileChange& file : commits[i].files) {
+      commit.files.push_back(
+          {file, attributes_.at(file.path), file.old_path ? attributes_.at(*file.old_path) : ""});
+    }
+  }
+  return kept;
+}
+
+void CacheUse::keep(const std::vector<CachedCommit>& commits) {
+  cache_.store(fingerprint_, commits);
+}
+
+}  // namespace lomarind::commit_cache

@@ -1,0 +1,165 @@
+#include "lomarind/storage/cached_git_reader.h"
+
+#include <numeric>
+#include <optional>
+#include <utility>
+
+#include "lomarind/storage/cache_use.h"
+#include "lomarind/storage/commit_cache.h"
+
+namespace lomarind::commit_cache {
+
+using git_utils::CommitChanges;
+
+namespace {
+
+// Runs `step`; the text of a CacheError or GitError leaving it. Logs
+// nothing: a background thread must not call a host's sink.
+template <typename Step>
+std::optional<std::string> failure_of(Step&& step) {
+  try {
+    std::forward<Step>(step)();
+  } catch (const CacheError& e) {
+    return e.what();
+  } catch (const git_utils::GitError& e) {
+    return e.what();
+  }
+  return std::nullopt;
+}
+
+// The cache made ready for one period, or why it cannot be used.
+struct Ready {
+  std::optional<CacheUse> use;
+  std::optional<std::string> failure;
+};
+
+}  // namespace
+
+std::filesystem::path cache_file(const std::filesystem::path& common_dir) {
+  return common_dir / "lomarind" / "commits.db";
+}
+
+void CachedGitReader::warn_once(const std::string& message) const {
+  if (warned_.exchange(true)) return;
+  warnings_.warning("%s; reading every commit from git (LOMARIND_NO_CACHE=1 turns the cache off)",
+                    {message});
+}
+
+std::vector<CommitChanges> CachedGitReader::log_commit_changes(
+    const std::filesystem::path& repo_root, std::chrono::sys_seconds since, const std::string& ref,
+    int max_commits) const {
+  finish_storing();
+  // The cache is made ready (what shapes diffs, the file, its paths and
+  // their attributes) while git lists the commits.
+  std::future<Ready> ready = std::async(std::launch::async, [this, &repo_root] {
+    Ready prepared;
+    prepared.failure = failure_of([&] { prepared.use.emplace(start_use(runner_, repo_root)); });
+    if (prepared.failure) prepared.use.reset();
+    return prepared;
+  });
+  std::vector<CommitChanges> commits = git_.log_commit_times(repo_root, since, ref, max_commits);
+  if (commits.empty()) return commits;
+  Ready prepared = ready.get();
+  if (prepared.failure) warn_once(*prepared.failure);
+  std::optional<CacheUse>& use = prepared.use;
+  std::vector<std::size_t> missing;
+  if (!use || !attempt([&] { missing = use->fill(commits); })) {
+    use.reset();
+    missing.resize(commits.size());
+    std::iota(missing.begin(), missing.end(), std::size_t{0});
+  }
+  read_missing(repo_root, commits, missing);
+  std::vector<CachedCommit> kept;
+  if (use && !missing.empty() && attempt([&] { kept = use->to_keep(commits, missing); })) {
+    // Stored while the caller builds its answer; the next period waits for
+    // it and reports its failure, the reader's end waits for it.
+    const std::lock_guard<std::mutex> lock(storing_mutex_);
+    storing_ =
+        std::async(std::launch::async, [use = std::move(*use), kept = std::move(kept)]() mutable {
+          return failure_of([&] { use.keep(kept); });
+        });
+  }
+  return commits;
+}
+
+CachedGitReader::~CachedGitReader() {
+  // Nothing is logged here: a host may hold a lock its sink needs.
+  const std::lock_guard<std::mutex> lock(storing_mutex_);
+  if (storing_.valid()) storing_.wait();
+}
+
+void CachedGitReader::finish_storing() const {
+  std::optional<std::string> failure;
+  {
+    const std::lock_guard<std::mutex> lock(storing_mutex_);
+    if (storing_.valid()) failure = storing_.get();
+  }
+  if (failure) warn_once(*failure);
+}
+
+template <typename Step>
+bool CachedGitReader::attempt(Step&& step) const {
+  const std::optional<std::string> failure = failure_of(std::forward<Step>(step));
+  if (failure) warn_once(*failure);
+  return !failure;
+}
+
+void CachedGitReader::read_missing(const std::filesystem::path& repo_root,
+                                   std::vector<CommitChanges>& commits,
+                                   const std::vector<std::size_t>& missing) const {
+  if (missing.empty()) return;
+  std::vector<std::string> ids;
+  ids.reserve(missing.size());
+  for (std::size_t i : missing) ids.push_back(commits[i].commit);
+  std::vector<CommitChanges> read = git_.read_commit_changes(repo_root, ids);
+  for (std::size_t k = 0; k < missing.size(); ++k) {
+    if (read[k].commit != ids[k]) {
+      throw git_utils::GitError("git showed commit " + read[k].commit + " for " + ids[k]);
+    }
+    commits[missing[k]].files = std::move(read[k].files);
+  }
+}
+
+std::optional<std::string> CachedGitReader::resolve_commit(const std::filesystem::path& repo_root,
+                                                           const std::string& name) const {
+  return git_.resolve_commit(repo_root, name);
+}
+
+std::optional<std::string> CachedGitReader::resolve_display_branch(
+    const std::filesystem::path& repo_root) const {
+  return git_.resolve_display_branch(repo_root);
+}
+
+std::string CachedGitReader::get_default_branch(const std::filesystem::path& repo_root) const {
+  return git_.get_default_branch(repo_root);
+}
+
+std::chrono::sys_seconds CachedGitReader::parse_time_spec(const std::string& since) const {
+  return git_.parse_time_spec(since);
+}
+
+std::vector<git_utils::FileChange> CachedGitReader::diff_file_changes(
+    const std::filesystem::path& repo_root, const std::string& base_commit,
+    const std::string& head_commit) const {
+  return git_.diff_file_changes(repo_root, base_commit, head_commit);
+}
+
+std::int64_t CachedGitReader::count_commits(const std::filesystem::path& repo_root,
+                                            const std::string& base_commit,
+                                            const std::string& head_commit) const {
+  return git_.count_commits(repo_root, base_commit, head_commit);
+}
+
+std::optional<std::string> CachedGitReader::commit_before(const std::filesystem::path& repo_root,
+                                                          const std::string& tip,
+                                                          std::chrono::sys_seconds start) const {
+  return git_.commit_before(repo_root, tip, start);
+}
+
+git_utils::LineSpansByPath CachedGitReader::diff_line_spans(
+    const std::filesystem::path& repo_root, const std::string& base_commit,
+    const std::string& head_commit, bool merge_base, const std::vector<std::string>& paths) const {
+  return git_.diff_line_spans(repo_root, base_commit, head_commit, merge_base, paths);
+}
+
+}  // namespace lomarind::commit_cache
