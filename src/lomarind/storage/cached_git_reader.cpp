@@ -120,46 +120,4 @@ void CachedGitReader::read_missing(const std::filesystem::path& repo_root,
   }
 }
 
-std::optional<std::string> CachedGitReader::resolve_commit(const std::filesystem::path& repo_root,
-                                                           const std::string& name) const {
-  return git_.resolve_commit(repo_root, name);
-}
-
-std::optional<std::string> CachedGitReader::resolve_display_branch(
-    const std::filesystem::path& repo_root) const {
-  return git_.resolve_display_branch(repo_root);
-}
-
-std::string CachedGitReader::get_default_branch(const std::filesystem::path& repo_root) const {
-  return git_.get_default_branch(repo_root);
-}
-
-std::chrono::sys_seconds CachedGitReader::parse_time_spec(const std::string& since) const {
-  return git_.parse_time_spec(since);
-}
-
-std::vector<git_utils::FileChange> CachedGitReader::diff_file_changes(
-    const std::filesystem::path& repo_root, const std::string& base_commit,
-    const std::string& head_commit) const {
-  return git_.diff_file_changes(repo_root, base_commit, head_commit);
-}
-
-std::int64_t CachedGitReader::count_commits(const std::filesystem::path& repo_root,
-                                            const std::string& base_commit,
-                                            const std::string& head_commit) const {
-  return git_.count_commits(repo_root, base_commit, head_commit);
-}
-
-std::optional<std::string> CachedGitReader::commit_before(const std::filesystem::path& repo_root,
-                                                          const std::string& tip,
-                                                          std::chrono::sys_seconds start) const {
-  return git_.commit_before(repo_root, tip, start);
-}
-
-git_utils::LineSpansByPath CachedGitReader::diff_line_spans(
-    const std::filesystem::path& repo_root, const std::string& base_commit,
-    const std::string& head_commit, bool merge_base, const std::vector<std::string>& paths) const {
-  return git_.diff_line_spans(repo_root, base_commit, head_commit, merge_base, paths);
-}
-
 }  // namespace lomarind::commit_cache

@@ -22,6 +22,7 @@
 #include <vector>
 
 #include "lomarind/utils/git_cli.h"
+#include "lomarind/utils/git_reader_wrapper.h"
 #include "lomarind/utils/git_runner.h"
 #include "lomarind/utils/git_utils.h"
 #include "lomarind/utils/logging.h"
@@ -35,39 +36,24 @@ inline constexpr std::string_view kCacheLoggerName = "lomarind.commit_cache";
 // beside the default index and shared by every worktree.
 std::filesystem::path cache_file(const std::filesystem::path& common_dir);
 
-class CachedGitReader final : public git_utils::GitReader {
+class CachedGitReader final : public git_utils::GitReaderWrapper {
  public:
   // `git` and the sink of `warnings` must outlive the reader; `runner` runs
   // the few git commands that check what shapes a commit's diff.
   CachedGitReader(const git_utils::GitCli& git, git_utils::GitRunner runner, Logger warnings)
-      : git_(git), runner_(std::move(runner)), warnings_(std::move(warnings)) {}
+      : GitReaderWrapper(git),
+        git_(git),
+        runner_(std::move(runner)),
+        warnings_(std::move(warnings)) {}
   // Waits for the last period's commits to be stored.
   ~CachedGitReader() override;
   CachedGitReader(const CachedGitReader&) = delete;
   CachedGitReader& operator=(const CachedGitReader&) = delete;
 
-  std::optional<std::string> resolve_commit(const std::filesystem::path& repo_root,
-                                            const std::string& name) const override;
-  std::optional<std::string> resolve_display_branch(
-      const std::filesystem::path& repo_root) const override;
-  std::string get_default_branch(const std::filesystem::path& repo_root) const override;
-  std::chrono::sys_seconds parse_time_spec(const std::string& since) const override;
-  std::vector<git_utils::FileChange> diff_file_changes(
-      const std::filesystem::path& repo_root, const std::string& base_commit,
-      const std::string& head_commit) const override;
-  std::int64_t count_commits(const std::filesystem::path& repo_root, const std::string& base_commit,
-                             const std::string& head_commit) const override;
   std::vector<git_utils::CommitChanges> log_commit_changes(const std::filesystem::path& repo_root,
                                                            std::chrono::sys_seconds since,
                                                            const std::string& ref,
                                                            int max_commits) const override;
-  std::optional<std::string> commit_before(const std::filesystem::path& repo_root,
-                                           const std::string& tip,
-                                           std::chrono::sys_seconds start) const override;
-  git_utils::LineSpansByPath diff_line_spans(const std::filesystem::path& repo_root,
-                                             const std::string& base_commit,
-                                             const std::string& head_commit, bool merge_base,
-                                             const std::vector<std::string>& paths) const override;
 
  private:
   // Gives the commits at `missing` positions their files, read from git.

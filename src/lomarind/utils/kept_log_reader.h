@@ -13,6 +13,7 @@
 #include <utility>
 #include <vector>
 
+#include "lomarind/utils/git_reader_wrapper.h"
 #include "lomarind/utils/git_utils.h"
 
 namespace lomarind::git_utils {
@@ -26,10 +27,10 @@ struct KeptLog {
   std::vector<CommitChanges> commits;  // newest first
 };
 
-class KeptLogReader final : public GitReader {
+class KeptLogReader final : public GitReaderWrapper {
  public:
   // `git` must outlive the reader.
-  explicit KeptLogReader(const GitReader& git) : git_(git) {}
+  explicit KeptLogReader(const GitReader& git) : GitReaderWrapper(git) {}
   KeptLogReader(const KeptLogReader&) = delete;
   KeptLogReader& operator=(const KeptLogReader&) = delete;
 
@@ -40,27 +41,12 @@ class KeptLogReader final : public GitReader {
                                             const std::string& name) const override;
   std::optional<std::string> resolve_display_branch(
       const std::filesystem::path& repo_root) const override;
-  std::string get_default_branch(const std::filesystem::path& repo_root) const override;
-  std::chrono::sys_seconds parse_time_spec(const std::string& since) const override;
-  std::vector<FileChange> diff_file_changes(const std::filesystem::path& repo_root,
-                                            const std::string& base_commit,
-                                            const std::string& head_commit) const override;
-  std::int64_t count_commits(const std::filesystem::path& repo_root, const std::string& base_commit,
-                             const std::string& head_commit) const override;
   std::vector<CommitChanges> log_commit_changes(const std::filesystem::path& repo_root,
                                                 std::chrono::sys_seconds since,
                                                 const std::string& ref,
                                                 int max_commits) const override;
-  std::optional<std::string> commit_before(const std::filesystem::path& repo_root,
-                                           const std::string& tip,
-                                           std::chrono::sys_seconds start) const override;
-  LineSpansByPath diff_line_spans(const std::filesystem::path& repo_root,
-                                  const std::string& base_commit, const std::string& head_commit,
-                                  bool merge_base,
-                                  const std::vector<std::string>& paths) const override;
 
  private:
-  const GitReader& git_;
   mutable std::optional<KeptLog> log_;
   // Keyed by repository root and name.
   mutable std::map<std::pair<std::string, std::string>, std::optional<std::string>> commits_;
