@@ -1,6 +1,7 @@
 #include "lomarind/utils/git_cli.h"
 
 #include <gtest/gtest.h>
+#include <signal.h>
 #include <stdlib.h>
 #include <sys/stat.h>
 
@@ -171,6 +172,18 @@ TEST_F(GitCliBranchTest, LineSpansAreHeadSideHunksByHeadPath) {
   EXPECT_EQ(git_.diff_line_spans(repo_.root(), "main", "feature", false, paths_), expected);
 }
 
+// Far more paths than a command line holds: still one diff, the same spans.
+TEST_F(GitCliBranchTest, APageOfAnySizeGivesTheSameSpans) {
+  std::vector<std::string> many = paths_;
+  for (int i = 0; i < 100'000; ++i)
+    many.push_back("not/in/the/repository/file" + std::to_string(i));
+  for (bool merge_base : {true, false}) {
+    SCOPED_TRACE(merge_base);
+    EXPECT_EQ(git_.diff_line_spans(repo_.root(), "main", "feature", merge_base, many),
+              git_.diff_line_spans(repo_.root(), "main", "feature", merge_base, paths_));
+  }
+}
+
 TEST_F(GitCliBranchTest, NamesThatDoNotResolveAreAbsent) {
   for (const char* name : {"nope", "HEAD..HEAD", "HEAD@{99}", "", "HEAD:keep.txt", "-h", "--all"}) {
     SCOPED_TRACE(name);
@@ -237,6 +250,38 @@ TEST_F(GitCliBranchTest, InheritedGitVariablesDoNotRedirectOrConfigure) {
       },
       ::testing::ExitedWithCode(0), "");
   EXPECT_FALSE(something_ran());
+}
+
+// With SIGCHLD ignored the kernel reaps git and its exit status is lost: a
+// failed lookup must not pass for a successful one.
+TEST_F(GitCliBranchTest, LostExitStatusIsAnErrorNeverSuccess) {
+  EXPECT_EXIT(
+      {
+        ::signal(SIGCHLD, SIG_IGN);
+        const std::string error = git_error([&] { git_.resolve_commit(repo_.root(), "nope"); });
+        std::exit(error.find("ignores SIGCHLD") != std::string::npos ? 0 : 1);
+      },
+      ::testing::ExitedWithCode(0), "");
+}
+
+// A git that waits forever is stopped, with whatever it started.
+TEST_F(GitCliBranchTest, SilentGitIsStoppedAtTheLimit) {
+  const std::filesystem::path script = scratch_.path() / "git";
+  const std::filesystem::path pid_file = scratch_.path() / "pid";
+  std::ofstream(script) << "#!/bin/sh\nsleep 1000 &\necho $! > '" << pid_file.string()
+                        << "'\nwait\n";
+  std::filesystem::permissions(script, std::filesystem::perms::owner_all);
+  GitCli stuck(GitRunner(script.string(), {"PATH=/usr/bin:/bin"}, std::chrono::milliseconds(300)),
+               [] { return kNow; });
+  EXPECT_EQ(git_error([&] { stuck.resolve_commit(repo_.root(), "HEAD"); }),
+            "git rev-parse printed nothing for 1 s and was stopped (the limit for a silent git "
+            "command); look for a file in the repository that git waits on, such as a named pipe");
+  std::ifstream pid_text(pid_file);
+  pid_t sleeper = 0;
+  ASSERT_TRUE(pid_text >> sleeper);
+  std::ifstream stat("/proc/" + std::to_string(sleeper) + "/stat");
+  std::string skip, state;
+  EXPECT_TRUE(!(stat >> skip >> skip >> state) || state == "Z");  // gone, or a zombie of init
 }
 
 TEST_F(GitCliBranchTest, OptionLikeNamesAndPathsAreOnlyNames) {
