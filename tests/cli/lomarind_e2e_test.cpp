@@ -180,6 +180,16 @@ TEST_F(LomarindProgramTest, PathBytesThatAreNotUtf8BecomeSurrogateEscapes) {
   EXPECT_EQ(table.out.find('\x1b'), std::string::npos);
 }
 
+TEST_F(LomarindProgramTest, CommitsPastYear9999AreDatedNotRefused) {
+  repo_.write("README.md", "from the future\n");
+  repo_.commit("far ahead", 300'000'000'000);
+  const Json recent = answer({"recent", "--since", "2023-01-01", "--json"});
+  EXPECT_EQ(recent["files"][0]["last_changed"], "+11476-08-15T05:20:00+00:00");
+  const CommandResult table = lomarind({"recent", "--since", "2023-01-01"});
+  EXPECT_EQ(table.status, 0) << table.err;
+  EXPECT_NE(table.out.find("+11476-08-15T05:20:00+00:00"), std::string::npos) << table.out;
+}
+
 // Ctrl-C reaches the terminal's whole foreground process group; here the
 // program leads one, and its ctags (a stand-in that never answers) must be
 // left alone by the signal and then stopped by the program.
