@@ -5,6 +5,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <fstream>
 #include <sstream>
@@ -178,6 +179,31 @@ TEST_F(LomarindProgramTest, PathBytesThatAreNotUtf8BecomeSurrogateEscapes) {
   ASSERT_EQ(table.status, 0) << table.err;
   EXPECT_NE(table.out.find("caf\\xe9\\x1b.txt"), std::string::npos) << table.out;
   EXPECT_EQ(table.out.find('\x1b'), std::string::npos);
+}
+
+// git's own multi-line refusals keep the program's prefix on every line.
+TEST_F(LomarindProgramTest, EveryLineOfAnErrorSaysLomarind) {
+  TempGitRepo unknown_extension, foreign;
+  unknown_extension.commit("first", kStart);
+  unknown_extension.git({"config", "core.repositoryformatversion", "1"});
+  unknown_extension.git({"config", "extensions.lomarindtest", "yes"});
+  const bool can_give_away =
+      ::geteuid() == 0 && ::chown(foreign.root().c_str(), 65534, 65534) == 0;  // to nobody
+  struct Case {
+    const TempGitRepo& repo;
+    std::string says;
+  } cases[] = {{unknown_extension, "lomarindtest"},
+               {foreign, "another user owns it (fatal: detected dubious ownership"}};
+  for (const Case& c : cases) {
+    if (&c.repo == &foreign && !can_give_away) continue;
+    const CommandResult result = lomarind({"recent", "--since", "1y"}, c.repo.root());
+    SCOPED_TRACE(result.err);
+    EXPECT_EQ(result.status, 1);
+    EXPECT_NE(result.err.find(c.says), std::string::npos);
+    EXPECT_GT(std::count(result.err.begin(), result.err.end(), '\n'), 1);
+    std::istringstream lines(result.err);
+    for (std::string line; std::getline(lines, line);) EXPECT_TRUE(line.starts_with("lomarind: "));
+  }
 }
 
 TEST_F(LomarindProgramTest, CommitsPastYear9999AreDatedNotRefused) {
