@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "lomarind/utils/json.h"
+#include "support/processes.h"
 #include "support/temp_git_repo.h"
 
 namespace lomarind::cli {
@@ -260,9 +261,7 @@ TEST_F(LomarindProgramTest, CtrlCWhileIndexingSaysInterruptedAndLeavesNothingRun
   EXPECT_TRUE(err.str().starts_with("lomarind: indexing interrupted")) << err.str();
   pid_t sleeper = 0;
   ASSERT_TRUE(std::ifstream(pid_file) >> sleeper);
-  std::ifstream stat("/proc/" + std::to_string(sleeper) + "/stat");
-  std::string skip, state;
-  EXPECT_TRUE(!(stat >> skip >> skip >> state) || state == "Z");  // gone, or a zombie of init
+  EXPECT_TRUE(lomarind::testing::process_ends(sleeper));
 }
 
 }  // namespace

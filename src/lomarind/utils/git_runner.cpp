@@ -7,6 +7,7 @@
 #include <string_view>
 #include <system_error>
 
+#include "lomarind/utils/git_inputs.h"
 #include "lomarind/utils/git_utils.h"
 #include "lomarind/utils/subprocess.h"
 
@@ -120,6 +121,7 @@ GitResult GitRunner::run(const std::filesystem::path& repo_root,
                               .working_directory = {},
                               .inactivity_limit = inactivity_limit_,
                               .stop = nullptr};
+  refuse_blocking_inputs(repo_root, command.environment);
   subprocess::Result result;
   try {
     result = subprocess::run(command, on_stdout);
