@@ -10,6 +10,7 @@ packages=(
   universal-ctags
   pybind11-dev python3-dev python3-pytest
   libgtest-dev libgmock-dev libbenchmark-dev
+  clang libclang-rt-14-dev
 )
 sudo=""
 if [ "$(id -u)" -ne 0 ]; then sudo="sudo"; fi

@@ -2,6 +2,7 @@
 
 #include <charconv>
 #include <cstdint>
+#include <limits>
 #include <optional>
 #include <string>
 #include <utility>
@@ -189,6 +190,10 @@ std::optional<LineSpan> hunk_span(std::string_view line) {
           ? 1
           : parse_integer(range.substr(comma + 1), "a hunk length is not a number");
   if (count == 0) return std::nullopt;
+  // Lines count from 1, and the last one must be a number too.
+  if (start < 1 || count < 0 || count - 1 > std::numeric_limits<std::int64_t>::max() - start) {
+    malformed("a hunk's lines lie outside the file");
+  }
   return LineSpan{start, start + count - 1, false};
 }
 

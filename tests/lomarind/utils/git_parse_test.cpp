@@ -96,7 +96,9 @@ TEST(ParseLineSpansTest, KeysHeadSideSpansByHeadPath) {
                                                       {"q \"x\"", {{1, 1, false}}},
                                                       {"n\nl", {{1, 1, false}}}}));
   for (std::string bad : {"+++ x\n@@ -1 +1 @@\n", "+++ b/x\n@@ -1 +1x @@\n", "+++ b/x\n@@ -1 +\n",
-                          "+++ \"b/x\n@@ -1 +1 @@\n"}) {
+                          "+++ \"b/x\n@@ -1 +1 @@\n", "+++ b/x\n@@ -2,0 +0,4 @@\n",
+                          "+++ b/x\n@@ -1 +3,-1 @@\n",
+                          "+++ b/x\n@@ -1 +9223372036854775807,2 @@\n"}) {
     SCOPED_TRACE(bad);
     EXPECT_THROW(parse_line_spans("diff --git a/x b/x\n" + bad), GitError);
   }
