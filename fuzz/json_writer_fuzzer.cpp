@@ -5,10 +5,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <nlohmann/json.hpp>
 #include <string>
 #include <string_view>
-
-#include <nlohmann/json.hpp>
 
 #include "cli/json_writer.h"
 #include "lomarind/utils/utf8.h"

@@ -131,8 +131,13 @@ std::vector<FileChange> read_changes(Records& records) {
 CommitChanges read_commit_header(std::string_view header) {
   std::size_t space = header.find(' ');
   if (space == 0 || space == std::string_view::npos) malformed("a commit header is incomplete");
+  const std::string_view id = header.substr(0, space);
+  // A commit id is hex; anything else means the records are out of step.
+  if (id.find_first_not_of("0123456789abcdef") != std::string_view::npos) {
+    malformed("a commit id is not hexadecimal");
+  }
   CommitChanges commit;
-  commit.commit = std::string(header.substr(0, space));
+  commit.commit = std::string(id);
   commit.timestamp = parse_integer(header.substr(space + 1), "a commit time is not a number");
   return commit;
 }
