@@ -14,6 +14,7 @@
 namespace lomarind::git_utils {
 namespace {
 
+using testing::git_error;
 using namespace std::string_literals;
 using std::chrono::seconds;
 using std::chrono::sys_seconds;
@@ -24,16 +25,6 @@ using testing::TempGitRepo;
 constexpr sys_seconds kNow{seconds{1'700'000'000}};
 
 sys_seconds at(std::int64_t unix_seconds) { return sys_seconds{seconds{unix_seconds}}; }
-
-template <typename Call>
-std::string git_error(Call call) {
-  try {
-    call();
-  } catch (const GitError& e) {
-    return e.what();
-  }
-  return "no error";
-}
 
 class GitCliTest : public ::testing::Test {
  protected:

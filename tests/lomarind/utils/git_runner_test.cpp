@@ -20,18 +20,9 @@ namespace lomarind::git_utils {
 namespace {
 
 using std::chrono::sys_seconds;
+using testing::git_error;
 
 constexpr sys_seconds kNow{std::chrono::seconds{1'700'000'000}};
-
-template <typename Call>
-std::string git_error(Call call) {
-  try {
-    call();
-  } catch (const GitError& e) {
-    return e.what();
-  }
-  return "no error";
-}
 
 class GitRunnerTest : public ::testing::Test {
  protected:
