@@ -1,5 +1,7 @@
 #include "lomarind/utils/git_inputs.h"
 
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <cctype>
 #include <fstream>
@@ -46,13 +48,21 @@ struct Input {
   std::string role;
 };
 
-// Regular files and missing ones are fine; git blocks on anything else that
-// it opens for reading (a FIFO, a device, a socket).
+bool is_dev_null(const fs::path& path) {
+  struct stat file, null;
+  return ::stat(path.c_str(), &file) == 0 && ::stat("/dev/null", &null) == 0 &&
+         S_ISCHR(file.st_mode) && file.st_rdev == null.st_rdev;
+}
+
+// Regular files and missing ones are fine, and /dev/null, which people
+// name to switch a file off; git may block on anything else that it opens
+// for reading (a FIFO, a device, a socket).
 void check(const Input& input) {
   std::error_code error;
   const fs::file_status status = fs::status(input.path, error);
   if (error || status.type() == fs::file_type::not_found ||
-      status.type() == fs::file_type::regular || status.type() == fs::file_type::directory) {
+      status.type() == fs::file_type::regular || status.type() == fs::file_type::directory ||
+      is_dev_null(input.path)) {
     return;
   }
   throw GitError("refusing to run git: " + input.role + " " + input.path.string() +
