@@ -12,6 +12,7 @@ packages=(
   pybind11-dev python3-dev python3-pytest
   libgtest-dev libgmock-dev libbenchmark-dev
   chromium
+  clang libclang-rt-14-dev
 )
 sudo=""
 if [ "$(id -u)" -ne 0 ]; then sudo="sudo"; fi

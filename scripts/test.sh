@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs the dependencies, builds lomarind with AddressSanitizer and
-# UndefinedBehaviorSanitizer and warnings as errors, and runs every test.
+# UndefinedBehaviorSanitizer and warnings as errors, runs every test, then
+# runs each fuzz target for a bounded time (scripts/fuzz.sh).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 bash scripts/install-deps.sh
@@ -9,3 +10,4 @@ cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=Debug -DLOMARIND_SANITIZE=ON -DLOMARIN
   -DLOMARIND_BUILD_PYTHON=ON -DPython3_EXECUTABLE=/usr/bin/python3 >/dev/null
 cmake --build "$build" -j"$(nproc)"
 ctest --test-dir "$build" --output-on-failure -j"$(nproc)"
+bash scripts/fuzz.sh

@@ -189,7 +189,7 @@ std::string usage_message(const CLI::App& app, const CLI::ParseError& error) {
     return "unknown command " + quoted_text(left.front()) +
            "; the commands are recent, hotspots, diff, report and index";
   }
-  return terminal_message(error.what());
+  return error.what();
 }
 
 }  // namespace
@@ -208,8 +208,8 @@ ParsedCommandLine parse_command_line(const std::vector<std::string>& args) {
     return parsed;
   } catch (const CLI::ParseError& e) {
     parsed.exit_code = kExitUsage;
-    parsed.err =
-        "lomarind: " + usage_message(parser.app, e) + "\nRun 'lomarind --help' for usage.\n";
+    parsed.err = program_lines("", usage_message(parser.app, e)) +
+                 "lomarind: run 'lomarind --help' for usage\n";
     return parsed;
   }
   parsed.command_line = parser.result();

@@ -46,6 +46,20 @@ std::string terminal_message(std::string_view text) { return escape(text, true, 
 
 std::string page_text(std::string_view text) { return escape(text, false, BadByte::kSurrogate); }
 
+std::string program_lines(std::string_view head, std::string_view message) {
+  std::string out;
+  std::string_view rest = message;
+  do {
+    const std::size_t end = rest.find('\n');
+    out += "lomarind: ";
+    if (out.size() == 10) out += head;
+    out += terminal_message(rest.substr(0, end));
+    out += '\n';
+    rest.remove_prefix(end == std::string_view::npos ? rest.size() : end + 1);
+  } while (!rest.empty());
+  return out;
+}
+
 std::size_t display_width(std::string_view text) {
   std::size_t width = 0;
   std::size_t pos = 0;

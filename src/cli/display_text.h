@@ -23,6 +23,12 @@ std::string terminal_message(std::string_view text);
 // as the JSON answers write it: for names on a report page.
 std::string page_text(std::string_view text);
 
+// `message` as lines for stderr: each made safe as by terminal_message,
+// each starting with "lomarind: " and ending with a newline; `head` (such
+// as "warning: ") opens the first. So every line of a multi-line message,
+// git's own included, says where it came from.
+std::string program_lines(std::string_view head, std::string_view message);
+
 // The number of terminal columns `text` takes (wide characters count two,
 // combining marks none). REQUIRES: `text` came from terminal_text.
 std::size_t display_width(std::string_view text);

@@ -1,5 +1,6 @@
 // The lomarind program: reads the command line, answers one question and
-// exits 0, 1 when the question could not be answered, or 2 for a usage error.
+// exits 0, 1 when the question could not be answered, 2 for a usage error,
+// or 130 when Ctrl-C (or SIGTERM) interrupted `lomarind index`.
 #include <unistd.h>
 
 #include <atomic>
@@ -64,6 +65,7 @@ int main(int argc, char** argv) {
   try {
     return run_command(*parsed.command_line, terminal, sink, stop_requested());
   } catch (...) {
-    return report_failure(std::current_exception(), std::cerr);
+    const int code = report_failure(std::current_exception(), std::cerr);
+    return stop_requested().load() ? kExitInterrupted : code;
   }
 }

@@ -27,12 +27,28 @@ std::string trimmed(std::string_view text) {
   return std::string(text.substr(first, last - first + 1));
 }
 
+// git's words when the repository belongs to another user than the one
+// running it (safe.directory).
+constexpr std::string_view kDubiousOwnership = "detected dubious ownership";
+
+// Says why git refused, then git's own advice (the lines after its first).
+std::string not_owned_message(const std::string& repo, std::string_view err) {
+  const std::size_t end = err.find('\n');
+  std::string message = "git refuses the repository of " + quoted_text(repo) +
+                        " because another user owns it (" + std::string(err.substr(0, end)) + ")";
+  if (end != std::string_view::npos) message += "\n" + std::string(err.substr(end + 1));
+  return message;
+}
+
 // What `git rev-parse <args>` prints in `repo`, which must lie in a work
 // tree; each path it prints ends with a newline.
 std::string rev_parse(const git_utils::GitRunner& git, const std::string& repo,
                       std::vector<std::string> args) {
   args.insert(args.begin(), "rev-parse");
   const git_utils::GitResult result = git.run(repo, args);
+  if (result.exit_status != 0 && result.err.find(kDubiousOwnership) != std::string::npos) {
+    throw std::runtime_error(not_owned_message(repo, trimmed(result.err)));
+  }
   if (result.exit_status != 0 || result.out.empty() || result.out.front() == '\n') {
     std::string message = quoted_text(repo) + " is not inside a git work tree";
     if (const std::string why = trimmed(result.err); !why.empty()) message += " (" + why + ")";
@@ -61,9 +77,9 @@ RepositoryLocation locate_repository(const git_utils::GitRunner& git,
   RepositoryLocation location;
   location.root = top_level(git, options.repo);
   location.index_given = options.index.has_value();
-  location.index_file = options.index
-                            ? fs::absolute(*options.index)
-                            : indexer::default_index_path_in(git_utils::git_common_dir(git, location.root));
+  location.index_file =
+      options.index ? fs::absolute(*options.index)
+                    : indexer::default_index_path_in(git_utils::git_common_dir(git, location.root));
   return location;
 }
 

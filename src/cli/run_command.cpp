@@ -86,7 +86,7 @@ int report_failure(std::exception_ptr failure, std::ostream& err) {
   } catch (const std::exception& e) {
     message = failure_chain(e, e.what());
   }
-  err << "lomarind: " << terminal_message(message) << '\n' << std::flush;
+  err << program_lines("", message) << std::flush;
   return kExitFailure;
 }
 

@@ -24,8 +24,7 @@ const char* level_name(LogLevel level) {
 
 void StreamLogSink::write(const LogRecord& record) const {
   if (record.level == LogLevel::kDebug) return;
-  stream_ << "lomarind: " << level_name(record.level) << ": " << terminal_message(record.message())
-          << '\n'
+  stream_ << program_lines(std::string(level_name(record.level)) + ": ", record.message())
           << std::flush;
 }
 

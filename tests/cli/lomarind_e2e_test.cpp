@@ -1,10 +1,20 @@
 // Runs the built lomarind program on real temporary repositories.
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include <algorithm>
+#include <chrono>
+#include <fstream>
+#include <sstream>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "lomarind/utils/json.h"
+#include "support/processes.h"
 #include "support/temp_git_repo.h"
 
 namespace lomarind::cli {
@@ -170,6 +180,88 @@ TEST_F(LomarindProgramTest, PathBytesThatAreNotUtf8BecomeSurrogateEscapes) {
   ASSERT_EQ(table.status, 0) << table.err;
   EXPECT_NE(table.out.find("caf\\xe9\\x1b.txt"), std::string::npos) << table.out;
   EXPECT_EQ(table.out.find('\x1b'), std::string::npos);
+}
+
+// git's own multi-line refusals keep the program's prefix on every line.
+TEST_F(LomarindProgramTest, EveryLineOfAnErrorSaysLomarind) {
+  TempGitRepo unknown_extension, foreign;
+  unknown_extension.commit("first", kStart);
+  unknown_extension.git({"config", "core.repositoryformatversion", "1"});
+  unknown_extension.git({"config", "extensions.lomarindtest", "yes"});
+  const bool can_give_away =
+      ::geteuid() == 0 && ::chown(foreign.root().c_str(), 65534, 65534) == 0;  // to nobody
+  struct Case {
+    const TempGitRepo& repo;
+    std::string says;
+  } cases[] = {{unknown_extension, "lomarindtest"},
+               {foreign, "another user owns it (fatal: detected dubious ownership"}};
+  for (const Case& c : cases) {
+    if (&c.repo == &foreign && !can_give_away) continue;
+    const CommandResult result = lomarind({"recent", "--since", "1y"}, c.repo.root());
+    SCOPED_TRACE(result.err);
+    EXPECT_EQ(result.status, 1);
+    EXPECT_NE(result.err.find(c.says), std::string::npos);
+    EXPECT_GT(std::count(result.err.begin(), result.err.end(), '\n'), 1);
+    std::istringstream lines(result.err);
+    for (std::string line; std::getline(lines, line);) EXPECT_TRUE(line.starts_with("lomarind: "));
+  }
+}
+
+TEST_F(LomarindProgramTest, CommitsPastYear9999AreDatedNotRefused) {
+  repo_.write("README.md", "from the future\n");
+  repo_.commit("far ahead", 300'000'000'000);
+  const Json recent = answer({"recent", "--since", "2023-01-01", "--json"});
+  EXPECT_EQ(recent["files"][0]["last_changed"], "+11476-08-15T05:20:00+00:00");
+  const CommandResult table = lomarind({"recent", "--since", "2023-01-01"});
+  EXPECT_EQ(table.status, 0) << table.err;
+  EXPECT_NE(table.out.find("+11476-08-15T05:20:00+00:00"), std::string::npos) << table.out;
+}
+
+// Ctrl-C reaches the terminal's whole foreground process group; here the
+// program leads one, and its ctags (a stand-in that never answers) must be
+// left alone by the signal and then stopped by the program.
+TEST_F(LomarindProgramTest, CtrlCWhileIndexingSaysInterruptedAndLeavesNothingRunning) {
+  TempDir tools;
+  const std::filesystem::path pid_file = tools.path() / "ctags.pid";
+  const std::filesystem::path ctags = tools.path() / "ctags";
+  std::ofstream(ctags) << "#!/bin/sh\nsleep 1000 &\necho $! > '" << pid_file.string()
+                       << "'\nwait\n";
+  std::filesystem::permissions(ctags, std::filesystem::perms::owner_all);
+  const std::filesystem::path err_file = tools.path() / "err";
+  const std::string path = "PATH=" + tools.path().string() + ":/usr/bin:/bin";
+  const std::string home = "HOME=" + home_.path().string();
+  const pid_t program = ::fork();
+  ASSERT_GE(program, 0);
+  if (program == 0) {
+    ::setpgid(0, 0);
+    const int err = ::open(err_file.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    ::dup2(err, STDERR_FILENO);
+    if (::chdir(repo_.root().c_str()) != 0) ::_exit(99);
+    const char* argv[] = {LOMARIND_BINARY, "index", nullptr};
+    const char* envp[] = {path.c_str(), home.c_str(), nullptr};
+    ::execve(LOMARIND_BINARY, const_cast<char**>(argv), const_cast<char**>(envp));
+    ::_exit(98);
+  }
+  ::setpgid(program, program);  // as the child does: the group exists before we signal it
+  const auto ctags_started = [&] {
+    std::error_code missing;
+    const auto size = std::filesystem::file_size(pid_file, missing);
+    return !missing && size > 0;
+  };
+  for (int i = 0; i < 1000 && !ctags_started(); ++i) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+  ::kill(-program, SIGINT);
+  int status = 0;
+  ASSERT_EQ(::waitpid(program, &status, 0), program);
+  ASSERT_TRUE(WIFEXITED(status));
+  EXPECT_EQ(WEXITSTATUS(status), 130);
+  std::stringstream err;
+  err << std::ifstream(err_file).rdbuf();
+  EXPECT_TRUE(err.str().starts_with("lomarind: indexing interrupted")) << err.str();
+  pid_t sleeper = 0;
+  ASSERT_TRUE(std::ifstream(pid_file) >> sleeper);
+  EXPECT_TRUE(lomarind::testing::process_ends(sleeper));
 }
 
 }  // namespace

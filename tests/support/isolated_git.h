@@ -6,6 +6,7 @@
 #include <string>
 
 #include "lomarind/utils/git_runner.h"
+#include "lomarind/utils/git_utils.h"
 #include "support/temp_git_repo.h"
 
 namespace lomarind::testing {
@@ -24,5 +25,16 @@ class IsolatedGit {
   TempDir home_;
   git_utils::GitRunner runner_;
 };
+
+// The text of the GitError that `call` throws, or "no error".
+template <typename Call>
+std::string git_error(Call call) {
+  try {
+    call();
+  } catch (const git_utils::GitError& e) {
+    return e.what();
+  }
+  return "no error";
+}
 
 }  // namespace lomarind::testing

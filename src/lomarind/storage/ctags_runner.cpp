@@ -54,7 +54,9 @@ class FileQueue {
   }
 
   void cancel() { cancelled_ = true; }
-  bool cancelled() const { return cancelled_; }
+  // Set once the caller stopped taking files: every ctags still running is
+  // killed.
+  const std::atomic<bool>& cancelled() const { return cancelled_; }
 
  private:
   std::mutex mutex_;
@@ -155,16 +157,19 @@ void run_ctags(const CtagsOptions& options, TagStream& stream, FileQueue& queue)
                "--fields=+neKzS", "--fields=-P", "--sort=no", "--links=no", "-L", "-"},
       .environment = subprocess::inherited_environment(),
       .input = stream.file_list(),
-      .working_directory = options.repo_root};
-  const auto stopped = [&] {
-    return queue.cancelled() || (options.stop != nullptr && options.stop->load());
-  };
+      .working_directory = options.repo_root,
+      .inactivity_limit = {},
+      .stop = &queue.cancelled()};
   subprocess::Result result;
   try {
     result = subprocess::run(command, [&](std::string_view chunk) {
-      if (stopped()) throw Cancelled{};
+      if (queue.cancelled() || (options.stop != nullptr && options.stop->load())) {
+        throw Cancelled{};
+      }
       stream.feed(chunk);
     });
+  } catch (const subprocess::Interrupted&) {
+    throw Cancelled{};
   } catch (const std::system_error& e) {
     if (e.code().value() != ENOENT) throw;
     std::throw_with_nested(IndexError(

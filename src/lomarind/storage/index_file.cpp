@@ -11,6 +11,7 @@
 #include <cerrno>
 #include <cstring>
 #include <exception>
+#include <fstream>
 #include <string>
 #include <system_error>
 
@@ -139,6 +140,19 @@ class UnlinkGuard {
   std::string path_;
 };
 
+// The mode a file created with 0666 gets under the process umask, which
+// Linux shows in /proc/self/status; reading it there leaves the umask, which
+// every thread shares, untouched.
+mode_t new_file_mode() {
+  std::ifstream status("/proc/self/status");
+  for (std::string line; std::getline(status, line);) {
+    if (line.starts_with("Umask:")) {
+      return static_cast<mode_t>(0666 & ~std::stoul(line.substr(6), nullptr, 8));
+    }
+  }
+  return 0644;
+}
+
 // Builds an empty index beside `location` and links it into place, so the
 // file appears with its schema or not at all, and a file that appeared in
 // the meantime is left alone.
@@ -152,7 +166,7 @@ void create_index_file(const std::filesystem::path& location, const std::filesys
   const int fd = ::mkstemp(temporary.data());
   if (fd < 0) throw IndexError(failure(path, "create", std::strerror(errno)));
   UnlinkGuard remove_temporary(temporary);
-  ::fchmod(fd, 0644);
+  ::fchmod(fd, new_file_mode());  // mkstemp made it 0600
   ::close(fd);
   try {
     SQLite::Database db(temporary.c_str(), SQLite::OPEN_READWRITE | SQLite::OPEN_NOFOLLOW);

@@ -8,10 +8,10 @@
 
 #include "lomarind/storage/components.h"
 #include "lomarind/storage/ctags_runner.h"
+#include "lomarind/storage/index_git.h"
 #include "lomarind/storage/index_sources.h"
 #include "lomarind/storage/index_writer.h"
 #include "lomarind/storage/sqlite_index.h"
-#include "lomarind/utils/git_runner.h"
 #include "lomarind/utils/language_filter.h"
 
 namespace lomarind::indexer {
@@ -51,7 +51,7 @@ std::vector<rc::IndexedFile> file_facts(const std::vector<std::string>& tracked)
 
 // The files to read again since the last run, or nullopt when every file
 // must be read: asked to, no commit yet, or no usable record of the last run.
-std::optional<PathSet> changed_paths(const IndexerOptions& options, const git_utils::GitRunner& git,
+std::optional<PathSet> changed_paths(const IndexerOptions& options, const rc::IndexGit& git,
                                      const rc::IndexWriter& writer,
                                      const std::optional<std::string>& head,
                                      const std::vector<std::string>& dirty) {
@@ -59,7 +59,7 @@ std::optional<PathSet> changed_paths(const IndexerOptions& options, const git_ut
   const std::optional<std::string> indexed = writer.meta(kIndexedCommit);
   if (!indexed) return std::nullopt;
   std::optional<std::vector<std::string>> changed =
-      rc::changed_between(git, options.repo_root, *indexed, *head);
+      git.changed_between(options.repo_root, *indexed, *head);
   if (!changed) return std::nullopt;
   PathSet paths(changed->begin(), changed->end());
   paths.insert(dirty.begin(), dirty.end());
@@ -125,13 +125,14 @@ void record_run(rc::IndexWriter& writer, const std::optional<std::string>& head,
 
 IndexSummary build_index(const IndexerOptions& options) {
   const auto started = std::chrono::steady_clock::now();
-  const git_utils::GitRunner git;
+  const rc::GitIndexSource git_program;
+  const rc::IndexGit& git = options.git != nullptr ? *options.git : git_program;
   // Git is asked first, so that outside a repository no index file appears.
-  std::vector<std::string> tracked = rc::tracked_files(git, options.repo_root);
-  const std::optional<std::string> head = rc::head_commit(git, options.repo_root);
+  std::vector<std::string> tracked = git.tracked_files(options.repo_root);
+  const std::optional<std::string> head = git.head_commit(options.repo_root);
   rc::IndexWriter writer(options.index_path);
   const std::vector<std::string> dirty =
-      head ? rc::work_tree_changes(git, options.repo_root) : std::vector<std::string>{};
+      head ? git.work_tree_changes(options.repo_root) : std::vector<std::string>{};
   const std::optional<PathSet> changed = changed_paths(options, git, writer, head, dirty);
   if (!changed) writer.clear();
   Plan plan =
@@ -157,7 +158,7 @@ IndexSummary build_index(const IndexerOptions& options) {
 }
 
 std::filesystem::path default_index_path(const std::filesystem::path& repo_root) {
-  return default_index_path_in(git_utils::git_common_dir(git_utils::GitRunner(), repo_root));
+  return default_index_path_in(rc::GitIndexSource().common_dir(repo_root));
 }
 
 std::filesystem::path default_index_path_in(const std::filesystem::path& common_dir) {

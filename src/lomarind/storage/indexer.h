@@ -11,6 +11,8 @@
 #include <functional>
 #include <string>
 
+#include "lomarind/storage/index_git.h"
+
 namespace lomarind::indexer {
 
 struct IndexerOptions {
@@ -23,6 +25,8 @@ struct IndexerOptions {
   // Set by a signal handler: the run stops promptly and rolls back.
   const std::atomic<bool>* stop = nullptr;
   std::string ctags_program = "ctags";  // a path, or a name looked up on PATH
+  // What git is asked; null: the git program. Must outlive the run.
+  const repository_changes::IndexGit* git = nullptr;
 };
 
 struct IndexSummary {

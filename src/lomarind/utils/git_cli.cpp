@@ -8,6 +8,7 @@
 #include <initializer_list>
 #include <string_view>
 #include <thread>
+#include <unordered_set>
 
 #include "lomarind/utils/git_parse.h"
 #include "lomarind/utils/log_parser.h"
@@ -233,6 +234,8 @@ std::optional<std::string> GitCli::commit_before(const std::filesystem::path& re
   return first_line(out);
 }
 
+// Paths that do not fit a command line are left off: the one diff then
+// covers every file, and only the files asked for are kept.
 LineSpansByPath GitCli::diff_line_spans(const std::filesystem::path& repo_root,
                                         const std::string& base_commit,
                                         const std::string& head_commit, bool merge_base,
@@ -246,8 +249,16 @@ LineSpansByPath GitCli::diff_line_spans(const std::filesystem::path& repo_root,
     args.push_back(head_commit);
   }
   args.push_back("--");
+  const std::size_t without_paths = args.size();
   args.insert(args.end(), paths.begin(), paths.end());
-  return parse_line_spans(runner_.run_checked(repo_root, args));
+  if (runner_.fits_command_line(repo_root, args)) {
+    return parse_line_spans(runner_.run_checked(repo_root, args));
+  }
+  args.resize(without_paths);
+  LineSpansByPath spans = parse_line_spans(runner_.run_checked(repo_root, args));
+  const std::unordered_set<std::string_view> asked(paths.begin(), paths.end());
+  std::erase_if(spans, [&](const auto& entry) { return !asked.contains(entry.first); });
+  return spans;
 }
 
 }  // namespace lomarind::git_utils

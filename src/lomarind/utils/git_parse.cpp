@@ -2,6 +2,7 @@
 
 #include <charconv>
 #include <cstdint>
+#include <limits>
 #include <optional>
 #include <string>
 #include <utility>
@@ -130,8 +131,13 @@ std::vector<FileChange> read_changes(Records& records) {
 CommitChanges read_commit_header(std::string_view header) {
   std::size_t space = header.find(' ');
   if (space == 0 || space == std::string_view::npos) malformed("a commit header is incomplete");
+  const std::string_view id = header.substr(0, space);
+  // A commit id is hex; anything else means the records are out of step.
+  if (id.find_first_not_of("0123456789abcdef") != std::string_view::npos) {
+    malformed("a commit id is not hexadecimal");
+  }
   CommitChanges commit;
-  commit.commit = std::string(header.substr(0, space));
+  commit.commit = std::string(id);
   commit.timestamp = parse_integer(header.substr(space + 1), "a commit time is not a number");
   return commit;
 }
@@ -189,6 +195,10 @@ std::optional<LineSpan> hunk_span(std::string_view line) {
           ? 1
           : parse_integer(range.substr(comma + 1), "a hunk length is not a number");
   if (count == 0) return std::nullopt;
+  // Lines count from 1, and the last one must be a number too.
+  if (start < 1 || count < 0 || count - 1 > std::numeric_limits<std::int64_t>::max() - start) {
+    malformed("a hunk's lines lie outside the file");
+  }
   return LineSpan{start, start + count - 1, false};
 }
 

@@ -1,9 +1,13 @@
 #include "lomarind/utils/git_runner.h"
 
+#include <unistd.h>
+
 #include <cerrno>
+#include <chrono>
 #include <string_view>
 #include <system_error>
 
+#include "lomarind/utils/git_inputs.h"
 #include "lomarind/utils/git_utils.h"
 #include "lomarind/utils/subprocess.h"
 
@@ -62,7 +66,30 @@ std::string_view trim(std::string_view text) {
   return text.substr(first, last - first + 1);
 }
 
+// Names the git command (not our safety options) and the limit, and where
+// to look: git waits silently on a file that never delivers data.
+std::string silence_message(const std::vector<std::string>& args, std::chrono::milliseconds limit) {
+  std::string command = "git";
+  if (!args.empty()) command += " " + args.front();
+  return command + " printed nothing for " +
+         std::to_string(std::chrono::ceil<std::chrono::seconds>(limit).count()) +
+         " s and was stopped (the limit for a silent git command); look for a file in the "
+         "repository that git waits on, such as a named pipe";
+}
+
 }  // namespace
+
+bool GitRunner::fits_command_line(const std::filesystem::path& repo_root,
+                                  const std::vector<std::string>& args) const {
+  // The kernel counts every string of argv and environment with its
+  // terminator and pointer; half the limit leaves room for what it adds.
+  std::size_t size = 0;
+  for (const std::vector<std::string>& strings : {command_line(repo_root, args), environment()}) {
+    for (const std::string& s : strings) size += s.size() + 1 + sizeof(char*);
+  }
+  const long limit = ::sysconf(_SC_ARG_MAX);
+  return size <= static_cast<std::size_t>(limit > 0 ? limit : 128 * 1024) / 2;
+}
 
 std::vector<std::string> GitRunner::command_line(const std::filesystem::path& repo_root,
                                                  const std::vector<std::string>& args) const {
@@ -88,7 +115,13 @@ std::vector<std::string> GitRunner::environment() const {
 GitResult GitRunner::run(const std::filesystem::path& repo_root,
                          const std::vector<std::string>& args,
                          const subprocess::OutputSink& on_stdout, const std::string& input) const {
-  subprocess::Command command{command_line(repo_root, args), environment(), input, {}};
+  subprocess::Command command{.argv = command_line(repo_root, args),
+                              .environment = environment(),
+                              .input = input,
+                              .working_directory = {},
+                              .inactivity_limit = inactivity_limit_,
+                              .stop = nullptr};
+  refuse_blocking_inputs(repo_root, command.environment);
   subprocess::Result result;
   try {
     result = subprocess::run(command, on_stdout);
@@ -96,7 +129,9 @@ GitResult GitRunner::run(const std::filesystem::path& repo_root,
     if (e.code() == std::errc::no_such_file_or_directory) {
       throw GitError("git is not installed or not on PATH", command.argv);
     }
-    throw GitError(std::string("cannot run git: ") + e.what(), command.argv);
+    throw GitError(e.what(), command.argv);  // it names the program and the cause
+  } catch (const subprocess::Timeout& e) {
+    throw GitError(silence_message(args, e.limit()), command.argv);
   }
   if (result.signal != 0) {
     throw GitError("git was killed by signal " + std::to_string(result.signal), command.argv,

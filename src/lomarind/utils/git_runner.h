@@ -4,6 +4,7 @@
 // drained together. Every git command of the library goes through here.
 #pragma once
 
+#include <chrono>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -21,6 +22,11 @@ struct GitResult {
   std::string err;  // raw stderr bytes
 };
 
+// A git command that prints nothing on stdout or stderr for this long is
+// stopped: no command of ours is silent that long unless git waits on
+// something that never comes.
+inline constexpr std::chrono::seconds kGitInactivityLimit{300};
+
 class GitRunner {
  public:
   // `git_program` is a path or a name looked up on PATH. Each command starts
@@ -28,12 +34,16 @@ class GitRunner {
   explicit GitRunner(std::string git_program = "git") : git_program_(std::move(git_program)) {}
   // As above, but each command starts from `environment` ("NAME=value"
   // entries) instead of ours. The GIT_* scrub applies to it all the same.
-  GitRunner(std::string git_program, std::vector<std::string> environment)
-      : git_program_(std::move(git_program)), environment_(std::move(environment)) {}
+  GitRunner(std::string git_program, std::vector<std::string> environment,
+            std::chrono::milliseconds inactivity_limit = kGitInactivityLimit)
+      : git_program_(std::move(git_program)),
+        environment_(std::move(environment)),
+        inactivity_limit_(inactivity_limit) {}
 
   // Runs `git <safety options> -C repo_root <args...>` and returns whatever
   // it exited with. Throws GitError only when git cannot be started
-  // ("git is not installed or not on PATH") or dies from a signal. With
+  // ("git is not installed or not on PATH"), dies from a signal, stays
+  // silent past the inactivity limit, or its exit status cannot be learnt. With
   // `on_stdout`, stdout goes there in pieces as git writes it (and
   // GitResult::out stays empty); what it throws ends git and propagates.
   // `input`, when not empty, is written to git's stdin.
@@ -53,6 +63,10 @@ class GitRunner {
   GitError failure(const std::filesystem::path& repo_root, const std::vector<std::string>& args,
                    const GitResult& result) const;
 
+  // Whether `args` fit on a command line with room to spare.
+  bool fits_command_line(const std::filesystem::path& repo_root,
+                         const std::vector<std::string>& args) const;
+
   // The full argument vector run() starts for `args`.
   std::vector<std::string> command_line(const std::filesystem::path& repo_root,
                                         const std::vector<std::string>& args) const;
@@ -63,6 +77,7 @@ class GitRunner {
  private:
   std::string git_program_;
   std::optional<std::vector<std::string>> environment_;
+  std::chrono::milliseconds inactivity_limit_ = kGitInactivityLimit;
 };
 
 // The repository's git common dir, absolute: the folder that every worktree

@@ -8,11 +8,14 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <string_view>
 #include <system_error>
 #include <utility>
 
+#include "lomarind/utils/child_pipes.h"
 #include "lomarind/utils/program_path.h"
 
 extern char** environ;
@@ -25,73 +28,6 @@ namespace {
 constexpr std::size_t kReadChunk = 64 * 1024;
 constexpr int kPipeSize = 1 << 20;  // fewer wake-ups for large outputs
 
-[[noreturn]] void throw_errno(int error, const std::string& what) {
-  throw std::system_error(error, std::generic_category(), what);
-}
-
-class UniqueFd {
- public:
-  UniqueFd() = default;
-  explicit UniqueFd(int fd) : fd_(fd) {}
-  ~UniqueFd() { reset(); }
-  UniqueFd(UniqueFd&& other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
-  UniqueFd& operator=(UniqueFd&& other) noexcept {
-    if (this != &other) {
-      reset();
-      fd_ = std::exchange(other.fd_, -1);
-    }
-    return *this;
-  }
-
-  int get() const { return fd_; }
-  bool valid() const { return fd_ >= 0; }
-  void reset() {
-    if (fd_ >= 0) ::close(fd_);
-    fd_ = -1;
-  }
-
- private:
-  int fd_ = -1;
-};
-
-// Keeps our descriptors off 0..2, so that the child's dup2 onto its standard
-// descriptors cannot overwrite one it still needs (when we run with a closed
-// stdin, say).
-UniqueFd above_stdio(UniqueFd fd) {
-  if (fd.get() > 2) return fd;
-  int moved = ::fcntl(fd.get(), F_DUPFD_CLOEXEC, 3);
-  if (moved < 0) throw_errno(errno, "cannot duplicate a descriptor");
-  return UniqueFd(moved);
-}
-
-struct FdPair {
-  UniqueFd ours;
-  UniqueFd child;
-};
-
-// `ours` reads what the child writes.
-FdPair output_pipe() {
-  int fds[2];
-  if (::pipe2(fds, O_CLOEXEC) != 0) throw_errno(errno, "cannot create a pipe");
-  return {above_stdio(UniqueFd(fds[0])), above_stdio(UniqueFd(fds[1]))};
-}
-
-// A socket rather than a pipe, so that writing to a child that stopped
-// reading fails with EPIPE (send's MSG_NOSIGNAL) instead of raising SIGPIPE
-// in our process.
-FdPair input_channel(bool has_input) {
-  if (!has_input) {
-    UniqueFd null_fd(::open("/dev/null", O_RDONLY | O_CLOEXEC));
-    if (!null_fd.valid()) throw_errno(errno, "cannot open /dev/null");
-    return {UniqueFd(), above_stdio(std::move(null_fd))};
-  }
-  int fds[2];
-  if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, fds) != 0) {
-    throw_errno(errno, "cannot create a socket pair");
-  }
-  return {above_stdio(UniqueFd(fds[0])), above_stdio(UniqueFd(fds[1]))};
-}
-
 std::vector<char*> c_strings(const std::vector<std::string>& strings) {
   std::vector<char*> out;
   out.reserve(strings.size() + 1);
@@ -100,31 +36,50 @@ std::vector<char*> c_strings(const std::vector<std::string>& strings) {
   return out;
 }
 
-// Owns a started child: unless it was waited for, it is killed and reaped,
-// so that no exit path leaves it running or a zombie behind.
+// Owns a started child, the leader of its own process group: unless it was
+// waited for, the whole group is killed and reaped, so that no exit path
+// leaves it (or a program it started) running, or a zombie behind.
 class ChildProcess {
  public:
-  explicit ChildProcess(pid_t pid) : pid_(pid) {}
+  ChildProcess(pid_t pid, std::string name) : pid_(pid), name_(std::move(name)) {
+    ::setpgid(pid_, pid_);  // also done by the child: whichever runs first wins the race
+  }
   ~ChildProcess() {
     if (pid_ > 0) {
+      ::kill(-pid_, SIGKILL);
       ::kill(pid_, SIGKILL);
-      wait();
+      while (::waitpid(pid_, nullptr, 0) < 0 && errno == EINTR) {
+      }
     }
   }
   ChildProcess(const ChildProcess&) = delete;
   ChildProcess& operator=(const ChildProcess&) = delete;
 
-  // Returns the wait status.
+  // Returns the wait status. A host that ignores SIGCHLD has the kernel reap
+  // its children, and then no exit status can be known: that is an error,
+  // never a success.
   int wait() {
     int status = 0;
-    while (::waitpid(pid_, &status, 0) < 0 && errno == EINTR) {
+    pid_t waited;
+    while ((waited = ::waitpid(pid_, &status, 0)) < 0 && errno == EINTR) {
     }
+    const int error = errno;
     pid_ = -1;
+    if (waited < 0) {
+      std::string what = "cannot learn how " + name_ + " exited";
+      if (error == ECHILD) {
+        what +=
+            " because this process ignores SIGCHLD; restore SIGCHLD's default action (SIG_DFL) "
+            "in the host process";
+      }
+      throw_errno(error, what);
+    }
     return status;
   }
 
  private:
   pid_t pid_;
+  std::string name_;
 };
 
 struct ChildSetup {
@@ -143,6 +98,9 @@ struct ChildSetup {
   // exit path, a fatal signal included.
   ::prctl(PR_SET_PDEATHSIG, SIGKILL);
   if (::getppid() != setup.parent) ::_exit(127);
+  // A group of its own: Ctrl-C on a terminal reaches us alone, and we decide
+  // how the child ends; killing the group ends whatever the child started.
+  ::setpgid(0, 0);
   sigset_t none;
   sigemptyset(&none);
   ::sigprocmask(SIG_SETMASK, &none, nullptr);
@@ -174,10 +132,10 @@ int exec_error(const UniqueFd& report) {
 // stderr. Stdin is fed as the child reads it, never blocking the drain.
 class Pump {
  public:
-  Pump(UniqueFd in, std::string_view input, UniqueFd out, UniqueFd err, const OutputSink& sink,
+  Pump(const Command& command, UniqueFd in, UniqueFd out, UniqueFd err, const OutputSink& sink,
        Result& result)
-      : in_(std::move(in)),
-        input_(input),
+      : command_(command),
+        in_(std::move(in)),
         out_(std::move(out)),
         err_(std::move(err)),
         sink_(sink),
@@ -185,11 +143,13 @@ class Pump {
         buffer_(kReadChunk, '\0') {}
 
   void run() {
+    last_output_ = Clock::now();
     while (out_.valid() || err_.valid()) {
+      check_limits();
       pollfd fds[3] = {{out_.get(), POLLIN, 0}, {err_.get(), POLLIN, 0}, {in_.get(), POLLOUT, 0}};
-      if (::poll(fds, 3, -1) < 0) {
+      if (::poll(fds, 3, poll_timeout()) < 0) {
         if (errno == EINTR) continue;
-        throw_errno(errno, "cannot poll a child's output");
+        throw_errno(errno, "cannot poll the output of " + name());
       }
       if (fds[0].revents != 0) drain(out_, true);
       if (fds[1].revents != 0) drain(err_, false);
@@ -199,12 +159,40 @@ class Pump {
   }
 
  private:
+  using Clock = std::chrono::steady_clock;
+
+  const std::string& name() const { return command_.argv[0]; }
+
+  // Milliseconds poll may wait: until the inactivity limit runs out, and
+  // short enough to notice a stop request promptly; -1 for neither.
+  int poll_timeout() const {
+    std::chrono::milliseconds wait{-1};
+    if (command_.inactivity_limit.count() > 0) {
+      wait = std::max(std::chrono::milliseconds(0),
+                      std::chrono::ceil<std::chrono::milliseconds>(
+                          last_output_ + command_.inactivity_limit - Clock::now()));
+    }
+    if (command_.stop != nullptr) {
+      wait = wait.count() < 0 ? kStopCheck : std::min(wait, kStopCheck);
+    }
+    return static_cast<int>(wait.count());
+  }
+
+  void check_limits() const {
+    if (command_.stop != nullptr && command_.stop->load()) throw Interrupted(name());
+    if (command_.inactivity_limit.count() > 0 &&
+        Clock::now() - last_output_ >= command_.inactivity_limit) {
+      throw Timeout(name(), command_.inactivity_limit);
+    }
+  }
+
   void drain(UniqueFd& fd, bool is_stdout) {
     ssize_t n = ::read(fd.get(), buffer_.data(), buffer_.size());
     if (n < 0) {
       if (errno == EINTR || errno == EAGAIN) return;
-      throw_errno(errno, "cannot read a child's output");
+      throw_errno(errno, "cannot read the output of " + name());
     }
+    last_output_ = Clock::now();
     if (n == 0) {
       fd.reset();
       return;
@@ -220,26 +208,30 @@ class Pump {
   }
 
   void feed() {
-    ssize_t n = ::send(in_.get(), input_.data() + written_, input_.size() - written_,
+    const std::string& input = command_.input;
+    ssize_t n = ::send(in_.get(), input.data() + written_, input.size() - written_,
                        MSG_NOSIGNAL | MSG_DONTWAIT);
     if (n < 0) {
       if (errno == EINTR || errno == EAGAIN) return;
-      if (errno != EPIPE && errno != ECONNRESET) throw_errno(errno, "cannot write to a child");
+      if (errno != EPIPE && errno != ECONNRESET) throw_errno(errno, "cannot write to " + name());
       in_.reset();  // the child stopped reading; what it does then is its exit status's business
       return;
     }
     written_ += static_cast<std::size_t>(n);
-    if (written_ == input_.size()) in_.reset();
+    if (written_ == input.size()) in_.reset();
   }
 
+  static constexpr std::chrono::milliseconds kStopCheck{100};
+
+  const Command& command_;
   UniqueFd in_;
-  std::string_view input_;
   std::size_t written_ = 0;
   UniqueFd out_;
   UniqueFd err_;
   const OutputSink& sink_;
   Result& result_;
   std::string buffer_;
+  Clock::time_point last_output_;
 };
 
 void fill_status(int status, Result& result) {
@@ -258,11 +250,12 @@ Result run(const Command& command, const OutputSink& on_stdout) {
   std::string program = find_program(command.argv[0], command.environment);
   std::vector<char*> argv = c_strings(command.argv);
   std::vector<char*> envp = c_strings(command.environment);
-  FdPair in = input_channel(!command.input.empty());
-  FdPair out = output_pipe();
-  FdPair err = output_pipe();
+  const std::string& name = command.argv[0];
+  FdPair in = input_channel(!command.input.empty(), name);
+  FdPair out = output_pipe(name);
+  FdPair err = output_pipe(name);
   ::fcntl(out.ours.get(), F_SETPIPE_SZ, kPipeSize);  // best effort
-  FdPair report = output_pipe();
+  FdPair report = output_pipe(name);
   ChildSetup setup{program.c_str(),
                    argv.data(),
                    envp.data(),
@@ -271,24 +264,32 @@ Result run(const Command& command, const OutputSink& on_stdout) {
                    report.child.get(),
                    ::getpid()};
   pid_t pid = ::fork();
-  if (pid < 0) throw_errno(errno, "cannot start " + command.argv[0]);
+  if (pid < 0) throw_errno(errno, "cannot start " + name);
   if (pid == 0) exec_child(setup);
-  ChildProcess child(pid);
+  ChildProcess child(pid, name);
   in.child.reset();
   out.child.reset();
   err.child.reset();
   report.child.reset();
   if (int error = exec_error(report.ours); error != 0) {
     child.wait();
-    throw_errno(error, "cannot run " + command.argv[0]);
+    throw_errno(error, "cannot run " + name);
   }
   Result result;
-  Pump(std::move(in.ours), command.input, std::move(out.ours), std::move(err.ours), on_stdout,
-       result)
+  Pump(command, std::move(in.ours), std::move(out.ours), std::move(err.ours), on_stdout, result)
       .run();
   fill_status(child.wait(), result);
   return result;
 }
+
+Interrupted::Interrupted(const std::string& program)
+    : std::runtime_error(program + " was stopped: the run was interrupted") {}
+
+Timeout::Timeout(const std::string& program, std::chrono::milliseconds limit)
+    : std::runtime_error(program + " printed nothing for " +
+                         std::to_string(std::chrono::ceil<std::chrono::seconds>(limit).count()) +
+                         " s and was stopped"),
+      limit_(limit) {}
 
 std::vector<std::string> inherited_environment() {
   std::vector<std::string> env;

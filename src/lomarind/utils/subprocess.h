@@ -3,11 +3,15 @@
 // draining stdout and stderr together so that no amount of output can
 // deadlock. A child never outlives the call: it is waited for on success and
 // killed and reaped when anything goes wrong, and on Linux the kernel kills
-// it if our process dies first.
+// it if our process dies first. Each child leads a process group of its own,
+// so a terminal's Ctrl-C reaches only us, and ending it ends what it started.
 #pragma once
 
+#include <atomic>
+#include <chrono>
 #include <filesystem>
 #include <functional>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -21,6 +25,12 @@ struct Command {
   std::vector<std::string> environment;     // the child's whole environment, "NAME=value"
   std::string input;                        // written to stdin; empty: stdin reads /dev/null
   std::filesystem::path working_directory;  // empty: ours
+  // When stdout and stderr both stay silent this long, the child is killed
+  // and run() throws Timeout. Zero: no limit.
+  std::chrono::milliseconds inactivity_limit{0};
+  // Once *stop is true (looked at every 100 ms), the child is killed and
+  // run() throws Interrupted.
+  const std::atomic<bool>* stop = nullptr;
 };
 
 struct Result {
@@ -34,10 +44,25 @@ struct Result {
 // child is killed and the exception propagates.
 using OutputSink = std::function<void(std::string_view chunk)>;
 
+class Interrupted : public std::runtime_error {
+ public:
+  explicit Interrupted(const std::string& program);
+};
+
+class Timeout : public std::runtime_error {
+ public:
+  Timeout(const std::string& program, std::chrono::milliseconds limit);
+  std::chrono::milliseconds limit() const { return limit_; }
+
+ private:
+  std::chrono::milliseconds limit_;
+};
+
 // Runs `command` to completion. Stdout goes to `on_stdout` when given, else
-// into Result::out. A non-zero exit is no error. Throws std::system_error
-// when the program cannot be started (code ENOENT when it is not found) or
-// the pipes to it fail.
+// into Result::out. A non-zero exit is no error. Throws std::system_error,
+// whose text names the program, when it cannot be started (code ENOENT when
+// it is not found, E2BIG when the arguments do not fit a command line), the
+// pipes to it fail, or its exit status cannot be learnt.
 Result run(const Command& command, const OutputSink& on_stdout = nullptr);
 
 // A copy of this process's environment, "NAME=value" each.

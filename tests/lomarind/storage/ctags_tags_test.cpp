@@ -56,5 +56,14 @@ TEST(CtagsTagsTest, MapsKindsAndQualifiesNames) {
   }
 }
 
+TEST(CtagsTagsTest, AnonymousTypesKeepNoGeneratedName) {
+  const IndexedSymbol member =
+      to_symbol({"c.cc", "A", "enumerator", "n::__anon05d898540203", "enum", 2, {}}, "cpp");
+  EXPECT_EQ(member.fqn, "n::(anonymous)::A");
+  const IndexedSymbol type = to_symbol({"c.c", "__anon05d898540108", "struct", "", "", 1, 1}, "c");
+  EXPECT_EQ(type.name, "(anonymous)");
+  EXPECT_EQ(type.fqn, "(anonymous)");
+}
+
 }  // namespace
 }  // namespace lomarind::repository_changes

@@ -76,6 +76,23 @@ TEST_F(IndexFileTest, WriterMakesMissingDirectoriesThroughSymlinksAndNothingElse
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(nested.parent_path()), {}), 1);
 }
 
+// The umask is the process's: the death-test child may change its own.
+TEST_F(IndexFileTest, NewIndexFileKeepsTheUsersUmask) {
+  for (const mode_t mask : {022, 027, 077}) {
+    SCOPED_TRACE(mask);
+    EXPECT_EXIT(
+        {
+          ::umask(mask);
+          { IndexWriter(index_path()).commit(); }
+          struct stat st {};
+          ::stat(index_path().c_str(), &st);
+          std::exit((st.st_mode & 0777) == (0666 & ~mask) ? 0 : 1);
+        },
+        ::testing::ExitedWithCode(0), "");
+    std::filesystem::remove(index_path());
+  }
+}
+
 TEST_F(IndexFileTest, ReadOnlyFileStillAnswersQueries) {
   IndexWriter(index_path()).commit();
   ::chmod(index_path().c_str(), 0444);

@@ -14,6 +14,7 @@
 namespace lomarind::git_utils {
 namespace {
 
+using testing::git_error;
 using namespace std::string_literals;
 using std::chrono::seconds;
 using std::chrono::sys_seconds;
@@ -24,16 +25,6 @@ using testing::TempGitRepo;
 constexpr sys_seconds kNow{seconds{1'700'000'000}};
 
 sys_seconds at(std::int64_t unix_seconds) { return sys_seconds{seconds{unix_seconds}}; }
-
-template <typename Call>
-std::string git_error(Call call) {
-  try {
-    call();
-  } catch (const GitError& e) {
-    return e.what();
-  }
-  return "no error";
-}
 
 class GitCliTest : public ::testing::Test {
  protected:
@@ -169,6 +160,18 @@ TEST_F(GitCliBranchTest, LineSpansAreHeadSideHunksByHeadPath) {
   // Against main itself, main's own edit shows up as a change of the head.
   expected.emplace_back("shared.txt", std::vector<LineSpan>{{1, 1, false}});
   EXPECT_EQ(git_.diff_line_spans(repo_.root(), "main", "feature", false, paths_), expected);
+}
+
+// Far more paths than a command line holds: still one diff, the same spans.
+TEST_F(GitCliBranchTest, APageOfAnySizeGivesTheSameSpans) {
+  std::vector<std::string> many = paths_;
+  for (int i = 0; i < 100'000; ++i)
+    many.push_back("not/in/the/repository/file" + std::to_string(i));
+  for (bool merge_base : {true, false}) {
+    SCOPED_TRACE(merge_base);
+    EXPECT_EQ(git_.diff_line_spans(repo_.root(), "main", "feature", merge_base, many),
+              git_.diff_line_spans(repo_.root(), "main", "feature", merge_base, paths_));
+  }
 }
 
 TEST_F(GitCliBranchTest, NamesThatDoNotResolveAreAbsent) {

@@ -73,7 +73,9 @@ TEST(ParseLogTest, MalformedOutputIsAGitError) {
     SCOPED_TRACE(c.name);
     EXPECT_THROW(parse_log("\0abc 1\0\n:0 1 a b "s + c.raw + c.numstat), GitError);
   }
-  for (const std::string& header : {"abc 1\0"s, "\0abc 1x\0"s, "\0abc 1"s}) {
+  // The last: a stray empty record puts a file's fields where a header goes.
+  for (const std::string& header :
+       {"abc 1\0"s, "\0abc 1x\0"s, "\0abc 1"s, "\0abc 1\0\0\n:0 5\0"s}) {
     EXPECT_THROW(parse_log(header), GitError);
   }
 }
@@ -95,8 +97,10 @@ TEST(ParseLineSpansTest, KeysHeadSideSpansByHeadPath) {
                                                       {"bad\xff", {{1, 3, false}}},
                                                       {"q \"x\"", {{1, 1, false}}},
                                                       {"n\nl", {{1, 1, false}}}}));
-  for (std::string bad : {"+++ x\n@@ -1 +1 @@\n", "+++ b/x\n@@ -1 +1x @@\n", "+++ b/x\n@@ -1 +\n",
-                          "+++ \"b/x\n@@ -1 +1 @@\n"}) {
+  for (std::string bad :
+       {"+++ x\n@@ -1 +1 @@\n", "+++ b/x\n@@ -1 +1x @@\n", "+++ b/x\n@@ -1 +\n",
+        "+++ \"b/x\n@@ -1 +1 @@\n", "+++ b/x\n@@ -2,0 +0,4 @@\n", "+++ b/x\n@@ -1 +3,-1 @@\n",
+        "+++ b/x\n@@ -1 +9223372036854775807,2 @@\n"}) {
     SCOPED_TRACE(bad);
     EXPECT_THROW(parse_line_spans("diff --git a/x b/x\n" + bad), GitError);
   }

@@ -10,6 +10,8 @@
 #include <stdexcept>
 #include <thread>
 
+#include "support/processes.h"
+
 namespace lomarind::subprocess {
 namespace {
 
@@ -43,13 +45,6 @@ TEST(SubprocessTest, SinkGetsStdoutAndItsExceptionKillsTheChild) {
                std::runtime_error);
 }
 
-// A zombie that nobody reaps (no init in a container) counts as gone.
-bool process_is_gone(pid_t pid) {
-  std::ifstream stat("/proc/" + std::to_string(pid) + "/stat");
-  std::string skip, state;
-  return !(stat >> skip >> skip >> state) || state == "Z";
-}
-
 TEST(SubprocessTest, ChildDiesWithUs) {
   int report[2];
   ASSERT_EQ(pipe(report), 0);
@@ -68,10 +63,7 @@ TEST(SubprocessTest, ChildDiesWithUs) {
   pid_t grandchild = static_cast<pid_t>(std::stol(buffer));
   kill(runner, SIGKILL);
   waitpid(runner, nullptr, 0);
-  bool gone = false;
-  for (int i = 0; i < 500 && !(gone = process_is_gone(grandchild)); ++i) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(10));
-  }
+  const bool gone = testing::process_ends(grandchild);
   EXPECT_TRUE(gone);
   if (!gone) kill(grandchild, SIGKILL);
 }

@@ -1,11 +1,11 @@
 #include "lomarind/workers/git_history/period.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <chrono>
-#include <cstdio>
 #include <optional>
 #include <ranges>
-#include <stdexcept>
 #include <string_view>
 #include <unordered_map>
 #include <utility>
@@ -76,6 +76,32 @@ class HistoryMap {
   std::unordered_map<std::string, std::size_t> slot_of_;
 };
 
+constexpr std::int64_t kSecondsPerDay = 86400;
+
+struct CivilDate {
+  std::int64_t year;  // proleptic Gregorian, astronomical: 0 is 1 BC
+  unsigned month;     // 1 to 12
+  unsigned day;       // 1 to 31
+};
+
+// The date of day `days` after 1970-01-01, for any day an int64 count of
+// seconds reaches: whole 400-year eras of 146097 days, then the day within
+// the era, counted from March so that the leap day comes last.
+CivilDate civil_date(std::int64_t days) {
+  const std::int64_t z = days + 719468;  // days since 0000-03-01
+  const std::int64_t era = (z >= 0 ? z : z - 146096) / 146097;
+  const std::int64_t day_of_era = z - era * 146097;  // [0, 146096]
+  const std::int64_t year_of_era =
+      (day_of_era - day_of_era / 1460 + day_of_era / 36524 - day_of_era / 146096) / 365;
+  const std::int64_t day_of_year = day_of_era - (365 * year_of_era + year_of_era / 4 -
+                                                 year_of_era / 100);  // [0, 365], from March 1
+  const std::int64_t month_from_march = (5 * day_of_year + 2) / 153;  // [0, 11]
+  const auto day = static_cast<unsigned>(day_of_year - (153 * month_from_march + 2) / 5 + 1);
+  const auto month =
+      static_cast<unsigned>(month_from_march < 10 ? month_from_march + 3 : month_from_march - 9);
+  return {year_of_era + era * 400 + (month <= 2 ? 1 : 0), month, day};
+}
+
 }  // namespace
 
 std::vector<PathHistory> histories(std::span<const git_utils::CommitChanges> commits) {
@@ -89,23 +115,18 @@ std::vector<PathHistory> histories(std::span<const git_utils::CommitChanges> com
 }
 
 std::string utc_timestamp(std::int64_t seconds) {
-  using namespace std::chrono;
-  // 0001-01-01T00:00:00 and 9999-12-31T23:59:59 UTC.
-  constexpr std::int64_t kFirst = -62135596800;
-  constexpr std::int64_t kLast = 253402300799;
-  if (seconds < kFirst || seconds > kLast) {
-    throw std::out_of_range("timestamp " + std::to_string(seconds) + " is out of range");
-  }
-  const sys_seconds instant{std::chrono::seconds(seconds)};
-  const sys_days day = floor<days>(instant);
-  const year_month_day date{day};
-  const hh_mm_ss time{instant - day};
-  char text[64];
-  std::snprintf(text, sizeof text, "%04d-%02u-%02uT%02d:%02d:%02d+00:00",
-                static_cast<int>(date.year()), static_cast<unsigned>(date.month()),
-                static_cast<unsigned>(date.day()), static_cast<int>(time.hours().count()),
-                static_cast<int>(time.minutes().count()), static_cast<int>(time.seconds().count()));
-  return text;
+  // Floored, so that an instant before 1970 falls on the day it lies in.
+  const std::int64_t remainder = seconds % kSecondsPerDay;
+  const std::int64_t day = seconds / kSecondsPerDay - (remainder < 0 ? 1 : 0);
+  const std::int64_t second_of_day = remainder < 0 ? remainder + kSecondsPerDay : remainder;
+  const CivilDate date = civil_date(day);
+  // Years 0 to 9999 take four digits; any other year takes its sign and at
+  // least four digits, as ISO 8601's expanded years do.
+  const bool expanded = date.year < 0 || date.year > 9999;
+  const std::string year = fmt::format("{}{:04}", expanded ? (date.year < 0 ? "-" : "+") : "",
+                                       date.year < 0 ? -date.year : date.year);
+  return fmt::format("{}-{:02}-{:02}T{:02}:{:02}:{:02}+00:00", year, date.month, date.day,
+                     second_of_day / 3600, second_of_day / 60 % 60, second_of_day % 60);
 }
 
 Json period_fields(const std::string& since, const std::string& branch,

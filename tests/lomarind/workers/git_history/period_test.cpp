@@ -67,8 +67,26 @@ TEST(HistoryRowTest, ChangeKeysThenCommitsThenUtcTime) {
   EXPECT_EQ(history_row(PathHistory{"b.py", "a.py", true, true, 1, 0, 0, 0}).dump(),
             R"({"path":"b.py","status":"added","additions":0,"deletions":0,)"
             R"("commits":1,"last_changed":"1970-01-01T00:00:00+00:00"})");
-  EXPECT_EQ(utc_timestamp(-1), "1969-12-31T23:59:59+00:00");
-  EXPECT_THROW(utc_timestamp(253402300800), std::out_of_range);
+}
+
+// Rows never throw: every instant git can store has a date.
+TEST(HistoryRowTest, AnyInstantIsAnIsoDateTime) {
+  const std::pair<std::int64_t, std::string_view> cases[] = {
+      {-1, "1969-12-31T23:59:59+00:00"},
+      {951782400, "2000-02-29T00:00:00+00:00"},
+      {253402300799, "9999-12-31T23:59:59+00:00"},
+      {253402300800, "+10000-01-01T00:00:00+00:00"},
+      {300000000000, "+11476-08-15T05:20:00+00:00"},
+      {-62135596800, "0001-01-01T00:00:00+00:00"},
+      {-62135596801, "0000-12-31T23:59:59+00:00"},
+      {-62198755200, "-0001-01-01T00:00:00+00:00"},
+      {INT64_MAX, "+292277026596-12-04T15:30:07+00:00"},
+      {INT64_MIN, "-292277022657-01-27T08:29:52+00:00"},
+  };
+  for (const auto& [seconds, text] : cases) {
+    SCOPED_TRACE(seconds);
+    EXPECT_EQ(utc_timestamp(seconds), text);
+  }
 }
 
 TEST(PeriodFieldsTest, FlagsTheCommitLimitOnlyWhenReached) {

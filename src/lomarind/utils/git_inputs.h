@@ -1,0 +1,22 @@
+// The files git opens on its own while it reads a repository: its config
+// (and every file an include names) and its attributes. git blocks forever
+// on a named pipe or a device there, so a hostile repository could hang us;
+// such a file is refused before git starts.
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace lomarind::git_utils {
+
+// Throws GitError naming the first file, among those git would read for a
+// command in `repo_root`, that exists but is no regular file: the work
+// tree's .gitattributes, info/attributes, core.attributesFile, the
+// repository's and the user's config files and what their include.path and
+// includeIf.*.path name. `environment` ("NAME=value") gives HOME and
+// XDG_CONFIG_HOME as git sees them. Outside a repository it checks nothing.
+void refuse_blocking_inputs(const std::filesystem::path& repo_root,
+                            const std::vector<std::string>& environment);
+
+}  // namespace lomarind::git_utils

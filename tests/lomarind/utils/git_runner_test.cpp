@@ -1,0 +1,113 @@
+// The runner's own guards, on real git and real child processes: what it
+// refuses before git starts, and how it ends a child that misbehaves.
+#include "lomarind/utils/git_runner.h"
+
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/stat.h>
+
+#include <chrono>
+#include <fstream>
+#include <sstream>
+#include <string>
+
+#include "lomarind/utils/git_cli.h"
+#include "support/isolated_git.h"
+#include "support/processes.h"
+#include "support/temp_git_repo.h"
+
+namespace lomarind::git_utils {
+namespace {
+
+using std::chrono::sys_seconds;
+using testing::git_error;
+
+constexpr sys_seconds kNow{std::chrono::seconds{1'700'000'000}};
+
+class GitRunnerTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    repo_.write("a.txt", "a\n");
+    first_ = repo_.commit("first", 1000);
+  }
+
+  testing::IsolatedGit isolated_;
+  GitCli git_{isolated_.runner(), [] { return kNow; }};
+  testing::TempGitRepo repo_;
+  testing::TempDir scratch_;
+  std::string first_;
+};
+
+// git would wait forever on a FIFO in any of these places; it is refused
+// before git starts, naming the file.
+TEST_F(GitRunnerTest, FifoWhereGitReadsAttributesOrConfigIsRefused) {
+  const std::filesystem::path git_dir = repo_.root() / ".git";
+  const std::string fifo = (scratch_.path() / "fifo").string();
+  ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+  std::stringstream original;
+  original << std::ifstream(git_dir / "config").rdbuf();
+  struct Case {
+    std::string name;
+    std::filesystem::path fifo;  // made a FIFO, or empty
+    std::string config;          // appended to the repository's config
+  } cases[] = {
+      {"work-tree attributes", repo_.root() / ".gitattributes", ""},
+      {"info/attributes", git_dir / "info" / "attributes", ""},
+      {"core.attributesFile", "", "[core]\n attributesFile = " + fifo + "\n"},
+      {"include.path", "", "[include]\n path = " + fifo + "\n"},
+      {"relative includeIf path", git_dir / "included",
+       "[includeIf \"gitdir:/\"]\n path = included\n"},
+  };
+  // A backstop: a failing case ends in seconds rather than hanging.
+  GitCli git(GitRunner("git", {"PATH=/usr/bin:/bin", "HOME=" + scratch_.path().string()},
+                       std::chrono::seconds(10)),
+             [] { return kNow; });
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    std::filesystem::create_directories(git_dir / "info");
+    if (!c.fifo.empty()) {
+      ASSERT_EQ(::mkfifo(c.fifo.c_str(), 0600), 0);
+    }
+    std::ofstream(git_dir / "config", std::ios::app) << c.config;
+    const std::string error =
+        git_error([&] { git.log_commit_changes(repo_.root(), sys_seconds{}, "main", 10); });
+    EXPECT_TRUE(error.starts_with("refusing to run git: ")) << error;
+    EXPECT_NE(error.find(c.fifo.empty() ? "fifo" : c.fifo.string()), std::string::npos) << error;
+    if (!c.fifo.empty()) std::filesystem::remove(c.fifo);
+    std::ofstream(git_dir / "config", std::ios::trunc) << original.str();
+  }
+  std::ofstream(git_dir / "config", std::ios::app) << "[core]\n attributesFile = /dev/null\n";
+  EXPECT_EQ(git.resolve_commit(repo_.root(), "main"), first_);  // a common way to switch it off
+}
+
+// With SIGCHLD ignored the kernel reaps git and its exit status is lost: a
+// failed lookup must not pass for a successful one.
+TEST_F(GitRunnerTest, LostExitStatusIsAnErrorNeverSuccess) {
+  EXPECT_EXIT(
+      {
+        ::signal(SIGCHLD, SIG_IGN);
+        const std::string error = git_error([&] { git_.resolve_commit(repo_.root(), "nope"); });
+        std::exit(error.find("ignores SIGCHLD") != std::string::npos ? 0 : 1);
+      },
+      ::testing::ExitedWithCode(0), "");
+}
+
+// A git that waits forever is stopped, with whatever it started.
+TEST_F(GitRunnerTest, SilentGitIsStoppedAtTheLimit) {
+  const std::filesystem::path script = scratch_.path() / "git";
+  const std::filesystem::path pid_file = scratch_.path() / "pid";
+  std::ofstream(script) << "#!/bin/sh\nsleep 1000 &\necho $! > '" << pid_file.string()
+                        << "'\nwait\n";
+  std::filesystem::permissions(script, std::filesystem::perms::owner_all);
+  GitCli stuck(GitRunner(script.string(), {"PATH=/usr/bin:/bin"}, std::chrono::milliseconds(300)),
+               [] { return kNow; });
+  EXPECT_EQ(git_error([&] { stuck.resolve_commit(repo_.root(), "HEAD"); }),
+            "git rev-parse printed nothing for 1 s and was stopped (the limit for a silent git "
+            "command); look for a file in the repository that git waits on, such as a named pipe");
+  pid_t sleeper = 0;
+  ASSERT_TRUE(std::ifstream(pid_file) >> sleeper);
+  EXPECT_TRUE(testing::process_ends(sleeper));
+}
+
+}  // namespace
+}  // namespace lomarind::git_utils
