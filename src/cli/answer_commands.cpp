@@ -3,8 +3,8 @@
 
 namespace lomarind::cli {
 
-// The three answer commands differ only in the question's options and the
-// table that shows the answer.
+// The three answer commands differ only in the question they ask and the
+// table that shows its answer.
 
 void print_answer(const Json& answer, bool json,
                   std::string (*table)(const Json&, const RenderOptions&),
@@ -16,37 +16,19 @@ void print_answer(const Json& answer, bool json,
 }
 
 int run_recent(const HistoryQuery& query, const RecentArgs& args, const Terminal& terminal) {
-  print_answer(query.history.recent_changes(query.repository, query.repo_root,
-                                            {.since = args.since,
-                                             .branch = args.branch,
-                                             .include_symbols = args.symbols,
-                                             .limit = args.limit,
-                                             .offset = args.offset,
-                                             .source_only = args.source_only}),
+  print_answer(query.history.recent_changes(query.repository, query.repo_root, args.question),
                args.json, recent_table, terminal);
   return kExitOk;
 }
 
 int run_hotspots(const HistoryQuery& query, const HotspotsArgs& args, const Terminal& terminal) {
-  print_answer(query.history.hotspots(query.repository, query.repo_root,
-                                      {.since = args.since,
-                                       .branch = args.branch,
-                                       .group_by = args.group_by,
-                                       .limit = args.limit,
-                                       .offset = args.offset,
-                                       .source_only = args.source_only}),
-               args.json, hotspots_table, terminal);
+  print_answer(query.history.hotspots(query.repository, query.repo_root, args.question), args.json,
+               hotspots_table, terminal);
   return kExitOk;
 }
 
 int run_diff(const HistoryQuery& query, const DiffArgs& args, const Terminal& terminal) {
-  print_answer(query.history.branch_diff(query.repository, query.repo_root,
-                                         {.base_branch = args.base,
-                                          .head_branch = args.head,
-                                          .include_symbols = args.symbols,
-                                          .limit = args.limit,
-                                          .offset = args.offset,
-                                          .source_only = args.source_only}),
+  print_answer(query.history.branch_diff(query.repository, query.repo_root, args.question),
                args.json, diff_table, terminal);
   return kExitOk;
 }

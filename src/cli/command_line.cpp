@@ -81,34 +81,38 @@ Parser::Parser() {
 
 void Parser::add_recent() {
   recent_command = app.add_subcommand("recent", "Files a period changed, the latest change first");
-  recent_command->add_option("--since", recent.since, "The period, e.g. '2 weeks' or 2024-05-01")
+  recent_command
+      ->add_option("--since", recent.question.since, "The period, e.g. '2 weeks' or 2024-05-01")
       ->required();
   recent_branch.add(*recent_command, "--branch", "Whose history to read (default: checked out)");
-  recent_command->add_flag("--symbols", recent.symbols, "List the symbols on changed lines");
-  add_common_flags(*recent_command, recent.source_only, recent.json);
-  add_page_options(*recent_command, recent.limit, recent.offset);
+  recent_command->add_flag("--symbols", recent.question.include_symbols,
+                           "List the symbols on changed lines");
+  add_common_flags(*recent_command, recent.question.source_only, recent.json);
+  add_page_options(*recent_command, recent.question.limit, recent.question.offset);
 }
 
 void Parser::add_hotspots() {
   hotspots_command =
       app.add_subcommand("hotspots", "Files or components a period changed most often");
-  hotspots_command->add_option("--since", hotspots.since, "The period, e.g. '1 year' or 2024-05-01")
+  hotspots_command
+      ->add_option("--since", hotspots.question.since, "The period, e.g. '1 year' or 2024-05-01")
       ->required();
   hotspots_branch.add(*hotspots_command, "--branch",
                       "Whose history to read (default: checked out)");
-  hotspots_command->add_option("--group-by", hotspots.group_by, "file or component")
+  hotspots_command->add_option("--group-by", hotspots.question.group_by, "file or component")
       ->capture_default_str();
-  add_common_flags(*hotspots_command, hotspots.source_only, hotspots.json);
-  add_page_options(*hotspots_command, hotspots.limit, hotspots.offset);
+  add_common_flags(*hotspots_command, hotspots.question.source_only, hotspots.json);
+  add_page_options(*hotspots_command, hotspots.question.limit, hotspots.question.offset);
 }
 
 void Parser::add_diff() {
   diff_command = app.add_subcommand("diff", "Files a branch changed since it left its base");
   diff_base.add(*diff_command, "--base", "The base branch (default: the default branch)");
   diff_head.add(*diff_command, "--head", "The branch compared (default: checked out)");
-  diff_command->add_flag("--symbols", diff.symbols, "List the symbols on changed lines");
-  add_common_flags(*diff_command, diff.source_only, diff.json);
-  add_page_options(*diff_command, diff.limit, diff.offset);
+  diff_command->add_flag("--symbols", diff.question.include_symbols,
+                         "List the symbols on changed lines");
+  add_common_flags(*diff_command, diff.question.source_only, diff.json);
+  add_page_options(*diff_command, diff.question.limit, diff.question.offset);
 }
 
 void Parser::add_index() {
@@ -137,16 +141,16 @@ CommandLine Parser::result() const {
   line.global.index = index_file.value();
   if (recent_command->parsed()) {
     RecentArgs args = recent;
-    args.branch = recent_branch.value();
+    args.question.branch = recent_branch.value();
     line.command = args;
   } else if (hotspots_command->parsed()) {
     HotspotsArgs args = hotspots;
-    args.branch = hotspots_branch.value();
+    args.question.branch = hotspots_branch.value();
     line.command = args;
   } else if (diff_command->parsed()) {
     DiffArgs args = diff;
-    args.base = diff_base.value();
-    args.head = diff_head.value();
+    args.question.base_branch = diff_base.value();
+    args.question.head_branch = diff_head.value();
     line.command = args;
   } else if (report_command->parsed()) {
     ReportArgs args = report;

@@ -12,6 +12,8 @@
 #include <variant>
 #include <vector>
 
+#include "lomarind/workers/git_history/git_history.h"
+
 namespace lomarind::cli {
 
 inline constexpr int kExitOk = 0;
@@ -25,33 +27,35 @@ struct GlobalOptions {
   bool no_cache = false;             // read every commit from git
 };
 
+// The question each answer command asks, in the module's own options (an
+// option left out keeps the default given here), and how to print it.
 struct RecentArgs {
-  std::string since;
-  std::optional<std::string> branch;
-  bool symbols = false;
-  bool source_only = false;
-  std::int64_t limit = 50;
-  std::int64_t offset = 0;
+  git_history::RecentChangesOptions question{.since = "",
+                                             .branch = std::nullopt,
+                                             .include_symbols = false,
+                                             .limit = 50,
+                                             .offset = 0,
+                                             .source_only = false};
   bool json = false;
 };
 
 struct HotspotsArgs {
-  std::string since;
-  std::optional<std::string> branch;
-  std::string group_by = "file";
-  bool source_only = false;
-  std::int64_t limit = 50;
-  std::int64_t offset = 0;
+  git_history::HotspotsOptions question{.since = "",
+                                        .branch = std::nullopt,
+                                        .group_by = "file",
+                                        .limit = 50,
+                                        .offset = 0,
+                                        .source_only = false};
   bool json = false;
 };
 
 struct DiffArgs {
-  std::optional<std::string> base;
-  std::optional<std::string> head;
-  bool symbols = false;
-  bool source_only = false;
-  std::int64_t limit = 50;
-  std::int64_t offset = 0;
+  git_history::BranchDiffOptions question{.base_branch = std::nullopt,
+                                          .head_branch = std::nullopt,
+                                          .include_symbols = false,
+                                          .limit = 50,
+                                          .offset = 0,
+                                          .source_only = false};
   bool json = false;
 };
 

@@ -27,19 +27,20 @@ TEST(CommandLineTest, LeftOutIsAbsentWhileEmptyAndDashValuesAreNames) {
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.args.back());
-    EXPECT_EQ(parse_ok<RecentArgs>(c.args).branch, c.branch);
+    EXPECT_EQ(parse_ok<RecentArgs>(c.args).question.branch, c.branch);
   }
   GlobalOptions global;
   const DiffArgs diff = parse_ok<DiffArgs>({"diff"}, &global);
   EXPECT_EQ(global.repo, ".");
   EXPECT_EQ(global.index, std::nullopt);
   EXPECT_FALSE(global.no_cache);
-  EXPECT_EQ(diff.base, std::nullopt);
-  EXPECT_EQ(diff.head, std::nullopt);
+  EXPECT_EQ(diff.question.base_branch, std::nullopt);
+  EXPECT_EQ(diff.question.head_branch, std::nullopt);
   const HotspotsArgs hot =
       parse_ok<HotspotsArgs>({"hotspots", "--since", "", "--group-by", "File"});
-  EXPECT_EQ(hot.since, "");
-  EXPECT_EQ(hot.group_by, "File");  // checked, with its message, when the question is asked
+  EXPECT_EQ(hot.question.since, "");
+  EXPECT_EQ(hot.question.group_by,
+            "File");  // checked, with its message, when the question is asked
 }
 
 TEST(CommandLineTest, GlobalOptionsGoBeforeOrAfterTheCommand) {
@@ -54,9 +55,9 @@ TEST(CommandLineTest, GlobalOptionsGoBeforeOrAfterTheCommand) {
   }
   const RecentArgs recent = parse_ok<RecentArgs>(
       {"recent", "--since=2w", "--symbols", "--source-only", "--limit", "-1", "--offset", "7"});
-  EXPECT_TRUE(recent.symbols && recent.source_only);
-  EXPECT_EQ(recent.limit, -1);
-  EXPECT_EQ(recent.offset, 7);
+  EXPECT_TRUE(recent.question.include_symbols && recent.question.source_only);
+  EXPECT_EQ(recent.question.limit, -1);
+  EXPECT_EQ(recent.question.offset, 7);
   EXPECT_TRUE(parse_ok<IndexArgs>({"index", "--full"}).full);
   const ReportArgs report =
       parse_ok<ReportArgs>({"report", "--since", "3m", "--format", "markdown", "--branch="});
