@@ -70,6 +70,16 @@ void check(const Input& input) {
                  "remove it or replace it with a regular file");
 }
 
+// The first line of `file`, refused (as above) unless it is regular or
+// missing: reading a named pipe would make us wait as git would.
+std::string first_line(const fs::path& file, const std::string& role) {
+  check({file, role});
+  std::error_code error;
+  std::string line;
+  if (fs::is_regular_file(file, error)) std::getline(std::ifstream(file), line);
+  return line;
+}
+
 class ConfigWalk {
  public:
   explicit ConfigWalk(const std::vector<std::string>& environment)
@@ -133,15 +143,13 @@ std::optional<GitDirs> git_dirs(const fs::path& start) {
     fs::path git_dir;
     if (fs::is_directory(dot_git, error)) {
       git_dir = dot_git;
-    } else if (fs::is_regular_file(dot_git, error)) {
-      std::string line;
-      std::getline(std::ifstream(dot_git), line);
+    } else if (fs::exists(dot_git, error)) {
+      const std::string line = first_line(dot_git, "the .git file");
       if (!line.starts_with("gitdir: ")) return std::nullopt;
       git_dir = dir / trim(std::string_view(line).substr(8));
     }
     if (!git_dir.empty()) {
-      std::string common;
-      std::getline(std::ifstream(git_dir / "commondir"), common);
+      const std::string common = first_line(git_dir / "commondir", "the common dir file");
       const fs::path common_dir = common.empty() ? git_dir : git_dir / trim(common);
       return GitDirs{dir, git_dir, common_dir};
     }

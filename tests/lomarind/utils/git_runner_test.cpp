@@ -57,6 +57,7 @@ TEST_F(GitRunnerTest, FifoWhereGitReadsAttributesOrConfigIsRefused) {
       {"include.path", "", "[include]\n path = " + fifo + "\n"},
       {"relative includeIf path", git_dir / "included",
        "[includeIf \"gitdir:/\"]\n path = included\n"},
+      {"commondir, which we read ourselves", git_dir / "commondir", ""},
   };
   // A backstop: a failing case ends in seconds rather than hanging.
   GitCli git(GitRunner("git", {"PATH=/usr/bin:/bin", "HOME=" + scratch_.path().string()},
