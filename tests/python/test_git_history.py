@@ -2,10 +2,9 @@
 
 import logging
 import os
-from unittest import mock
 
 import pytest
-from conftest import DAY, START, Repo
+from conftest import DAY, START
 
 from lomarind.storage import open_index, repository_changes
 from lomarind.utils import git_utils
@@ -41,8 +40,6 @@ def test_errors_chain_their_cause(repo, index, tmp_path, caplog):
     with pytest.raises(git_history.GitHistoryError) as bad_period:
         hotspots(index, repo.root, since="soon")
     assert isinstance(bad_period.value.__cause__, ValueError)
-    with pytest.raises(git_history.GitHistoryError, match="^Branch 'nope' not found"):
-        hotspots(index, repo.root, branch="nope")
     caplog.set_level(logging.WARNING, logger="lomarind.workers.git_history")
     with pytest.raises(git_history.GitHistoryError, match="^git failed: ") as failed:
         hotspots(index, str(tmp_path))  # no repository here
@@ -57,23 +54,10 @@ def test_neighbours_are_looked_up_at_each_call(repo, index, monkeypatch):
     real_log = git_utils.log_commit_changes
     monkeypatch.setattr(git_utils, "log_commit_changes",
                         lambda root, **kw: calls.append((root, kw)) or real_log(root, **kw))
-    monkeypatch.setattr(git_history, "add_pagination_hint", lambda result, count: result)
-    answer = hotspots(index, repo.root, limit=1)
-    assert "hint" not in answer and answer["has_more"]
+    hotspots(index, repo.root, limit=1)
     [(root, kw)] = calls
     assert root is repo.root and kw["max_commits"] == git_history.MAX_COMMITS
     assert kw["since"] == git_utils.parse_time_spec(SINCE)
-
-    failure = git_utils.GitError("fatal: disk on fire")
-    monkeypatch.setattr(git_utils, "log_commit_changes", mock.Mock(side_effect=failure))
-    with pytest.raises(git_history.GitHistoryError, match="^git failed: fatal: disk on fire$") as e:
-        hotspots(index, repo.root)
-    assert e.value.__cause__ is failure
-
-
-def test_file_hotspots_of_a_repository_without_commits_is_empty(tmp_path, index):
-    empty = Repo(str(tmp_path / "empty")).root
-    assert git_history.file_hotspots(index, empty, since=SINCE, branch=None, limit=5) == []
 
 
 def test_paths_that_are_not_utf8_come_back_as_surrogate_escapes(repo, index):

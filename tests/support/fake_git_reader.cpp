@@ -18,7 +18,7 @@ git_utils::FileChange change(std::string path, std::string status, std::int64_t 
 
 void FakeGitReader::record(const std::string& op, const std::string& args) const {
   calls.push_back(op + "(" + args + ")");
-  if (op == fail_on) throw git_utils::GitError(fail_text, {"git", op}, 128);
+  if (op == fail_on) throw git_utils::GitError("fatal: bad object", {"git", op}, 128);
 }
 
 std::optional<std::string> FakeGitReader::resolve_commit(const Path&,

@@ -34,9 +34,8 @@ class FakeGitReader final : public git_utils::GitReader {
   std::optional<std::string> before;
   git_utils::LineSpansByPath line_spans;
 
-  // Calls of this operation are recorded, then throw GitError(fail_text).
+  // Calls of this operation are recorded, then throw "fatal: bad object".
   std::string fail_on;
-  std::string fail_text = "fatal: bad object";
 
   // One entry per call: "op(arg, arg, ...)", without the root.
   mutable std::vector<std::string> calls;

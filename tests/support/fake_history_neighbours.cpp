@@ -2,16 +2,10 @@
 
 #include <cstdlib>
 #include <fstream>
-#include <sstream>
 #include <utility>
 
 namespace lomarind::testing {
 namespace {
-
-std::string_view file_name(std::string_view path) {
-  const std::size_t slash = path.rfind('/');
-  return slash == std::string_view::npos ? path : path.substr(slash + 1);
-}
 
 // "a, b" of the items as `show` writes each.
 template <typename Items, typename Show>
@@ -60,7 +54,7 @@ bool FakeSourceFilters::is_source_extension(std::string_view path) const {
 bool FakeSourceFilters::is_test_path(std::string_view path) const {
   calls.push_back("is_test_path(" + std::string(path) + ")");
   return path.starts_with("tests/") || path.find("/tests/") != std::string_view::npos ||
-         file_name(path).starts_with("test_");
+         path.substr(path.rfind('/') + 1).starts_with("test_");  // npos + 1 is 0
 }
 
 bool FakeSourceFilters::should_skip_path(std::string_view directory) const {
@@ -82,10 +76,7 @@ void expect_golden(const std::string& name, const Json& answer) {
     std::ofstream(path) << actual;
     return;
   }
-  std::ifstream file(path);
-  std::stringstream expected;
-  expected << file.rdbuf();
-  EXPECT_EQ(actual, expected.str()) << "golden " << path;
+  EXPECT_EQ(actual, read_file(path)) << "golden " << path;
 }
 
 }  // namespace lomarind::testing

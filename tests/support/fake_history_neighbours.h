@@ -18,6 +18,7 @@
 #include "lomarind/workers/git_history/git_history.h"
 #include "support/fake_git_reader.h"
 #include "support/recording_log_sink.h"
+#include "support/temp_git_repo.h"
 
 namespace lomarind::testing {
 

@@ -4,6 +4,7 @@
 #include <sys/types.h>
 
 #include <chrono>
+#include <filesystem>
 #include <fstream>
 #include <string>
 #include <thread>
@@ -20,6 +21,21 @@ inline bool process_ends(pid_t pid) {
     std::this_thread::sleep_for(std::chrono::milliseconds(10));
   }
   return false;
+}
+
+// A stand-in for a program that never answers: the script at `path` starts
+// a long sleep, writes its pid to `pid_file`, and waits for it.
+inline void write_hanging_program(const std::filesystem::path& path,
+                                  const std::filesystem::path& pid_file) {
+  std::ofstream(path) << "#!/bin/sh\nsleep 1000 &\necho $! > '" << pid_file.string() << "'\nwait\n";
+  std::filesystem::permissions(path, std::filesystem::perms::owner_all);
+}
+
+// Whether the sleep that such a program started ends: nothing it started
+// may outlive the one who stopped it.
+inline bool hanging_sleep_ends(const std::filesystem::path& pid_file) {
+  pid_t sleeper = 0;
+  return std::ifstream(pid_file) >> sleeper && sleeper > 0 && process_ends(sleeper);
 }
 
 }  // namespace lomarind::testing

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <fstream>
+#include <iterator>
 #include <stdexcept>
 
 #include "lomarind/utils/subprocess.h"
@@ -30,9 +31,14 @@ std::vector<std::string> child_environment(const std::vector<std::string>& extra
 }  // namespace
 
 CommandResult run_command(const std::vector<std::string>& argv, const std::filesystem::path& cwd,
-                          const std::vector<std::string>& extra_env, const std::string& input) {
-  subprocess::Result r = subprocess::run({argv, child_environment(extra_env), input, cwd});
+                          const std::vector<std::string>& extra_env) {
+  subprocess::Result r = subprocess::run({argv, child_environment(extra_env), "", cwd});
   return {r.exit_status, std::move(r.out), std::move(r.err)};
+}
+
+std::string read_file(const std::filesystem::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(in), {});
 }
 
 TempDir::TempDir() {
@@ -62,8 +68,8 @@ void TempGitRepo::write(const std::string& path, const std::string& content) con
 
 void TempGitRepo::remove(const std::string& path) const { std::filesystem::remove(root_ / path); }
 
-CommandResult TempGitRepo::run_git(const std::vector<std::string>& args, std::int64_t timestamp,
-                                   const std::string& input) const {
+CommandResult TempGitRepo::run_git(const std::vector<std::string>& args,
+                                   std::int64_t timestamp) const {
   std::vector<std::string> argv = {"git",
                                    "-c",
                                    "user.name=Test",
@@ -78,8 +84,7 @@ CommandResult TempGitRepo::run_git(const std::vector<std::string>& args, std::in
   CommandResult r =
       run_command(argv, root_,
                   {"GIT_CONFIG_NOSYSTEM=1", "GIT_CONFIG_GLOBAL=/dev/null",
-                   "GIT_AUTHOR_DATE=" + date, "GIT_COMMITTER_DATE=" + date, "LC_ALL=C"},
-                  input);
+                   "GIT_AUTHOR_DATE=" + date, "GIT_COMMITTER_DATE=" + date, "LC_ALL=C"});
   if (r.status != 0) {
     throw std::runtime_error("git " + (args.empty() ? std::string() : args[0]) +
                              " failed: " + r.err);
@@ -87,16 +92,19 @@ CommandResult TempGitRepo::run_git(const std::vector<std::string>& args, std::in
   return r;
 }
 
-std::string TempGitRepo::git(const std::vector<std::string>& args, const std::string& input) const {
-  return run_git(args, 1700000000, input).out;
+std::string TempGitRepo::git(const std::vector<std::string>& args) const {
+  return run_git(args, 1700000000).out;
 }
 
 std::string TempGitRepo::commit(const std::string& message, std::int64_t timestamp) const {
   git({"add", "-A"});
-  run_git({"commit", "-q", "--allow-empty", "-m", message}, timestamp, "");
-  std::string sha = git({"rev-parse", "HEAD"});
-  while (!sha.empty() && sha.back() == '\n') sha.pop_back();
-  return sha;
+  run_git({"commit", "-q", "--allow-empty", "-m", message}, timestamp);
+  return rev("HEAD");
+}
+
+std::string TempGitRepo::rev(const std::string& name) const {
+  std::string sha = git({"rev-parse", name});
+  return sha.substr(0, sha.find('\n'));
 }
 
 }  // namespace lomarind::testing

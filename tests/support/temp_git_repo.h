@@ -19,10 +19,12 @@ struct CommandResult {
 
 // Runs argv[0] (looked up on PATH) in `cwd` with the current environment
 // minus GIT_* variables, with `extra_env` ("NAME=value") added or replacing
-// what it names, and feeds `input` on stdin. Never throws for a non-zero exit.
+// what it names. Never throws for a non-zero exit.
 CommandResult run_command(const std::vector<std::string>& argv, const std::filesystem::path& cwd,
-                          const std::vector<std::string>& extra_env = {},
-                          const std::string& input = "");
+                          const std::vector<std::string>& extra_env = {});
+
+// The file's bytes; empty when it cannot be read.
+std::string read_file(const std::filesystem::path& path);
 
 // A fresh temporary directory, removed with everything in it on destruction.
 class TempDir {
@@ -53,15 +55,17 @@ class TempGitRepo {
 
   // Runs git in the root with the fixture's settings; throws
   // std::runtime_error with git's stderr on a non-zero exit. Returns stdout.
-  std::string git(const std::vector<std::string>& args, const std::string& input = "") const;
+  std::string git(const std::vector<std::string>& args) const;
 
   // Stages everything and commits with author and committer time
   // `timestamp` (Unix seconds, UTC). Returns the new commit id.
   std::string commit(const std::string& message, std::int64_t timestamp) const;
 
+  // The commit id that `name` resolves to.
+  std::string rev(const std::string& name) const;
+
  private:
-  CommandResult run_git(const std::vector<std::string>& args, std::int64_t timestamp,
-                        const std::string& input) const;
+  CommandResult run_git(const std::vector<std::string>& args, std::int64_t timestamp) const;
 
   std::unique_ptr<TempDir> dir_;  // null when wrapping an existing directory
   std::filesystem::path root_;

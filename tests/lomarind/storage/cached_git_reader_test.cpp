@@ -106,11 +106,6 @@ TEST_F(CachedGitReaderTest, ColdWarmAndPartlyWarmAnswersAreTheLog) {
   EXPECT_TRUE(std::filesystem::is_regular_file(cache()));
 }
 
-std::string rev(const TempGitRepo& repo, const std::string& name) {
-  std::string id = repo.git({"rev-parse", name});
-  return id.substr(0, id.find('\n'));
-}
-
 // Each change reshapes some commit's diff (or the history itself); the
 // cache was filled before it, and must not serve what git no longer shows.
 TEST_F(CachedGitReaderTest, ChangesThatReshapeDiffsAreNeverServedStale) {
@@ -127,7 +122,7 @@ TEST_F(CachedGitReaderTest, ChangesThatReshapeDiffsAreNeverServedStale) {
   const Step none = [](const TempGitRepo&) {};
   // The rename's parent becomes the root, so its diff takes in the edit.
   const Step graft = [](const TempGitRepo& repo) {
-    repo.write(".git/info/grafts", rev(repo, "HEAD~2") + " " + rev(repo, "HEAD~4") + "\n");
+    repo.write(".git/info/grafts", repo.rev("HEAD~2") + " " + repo.rev("HEAD~4") + "\n");
   };
   const Step force_push = [](const TempGitRepo& repo) {
     repo.git({"reset", "-q", "--hard", "HEAD~1"});
@@ -158,10 +153,10 @@ TEST_F(CachedGitReaderTest, ChangesThatReshapeDiffsAreNeverServedStale) {
        git({"config", "--unset", "diff.opaque.binary"})},
       {"git replace --graft", none,
        [](const TempGitRepo& repo) {
-         repo.git({"replace", "--graft", rev(repo, "HEAD~2"), rev(repo, "HEAD~4")});
+         repo.git({"replace", "--graft", repo.rev("HEAD~2"), repo.rev("HEAD~4")});
        },
        [](const TempGitRepo& repo) {
-         repo.git({"replace", "-d", rev(repo, "HEAD~2")});
+         repo.git({"replace", "-d", repo.rev("HEAD~2")});
        }},
       {"info/grafts", none, graft, gone(".git/info/grafts")},
       {"new commits", none,
@@ -194,7 +189,7 @@ TEST_F(CachedGitReaderTest, ShallowCommitsAreReadAgainOnceDeepened) {
       {"git", "clone", "-q", "--depth", "2", "file://" + repo_.root().string(), "clone"},
       dir.path());
   const TempGitRepo clone(dir.path() / "clone");
-  const std::string tip = rev(clone, "HEAD");
+  const std::string tip = clone.rev("HEAD");
   const auto both = [&] {
     return std::pair(cached_.log_commit_changes(clone.root(), {}, tip, 5000),
                      git_.log_commit_changes(clone.root(), {}, tip, 5000));
@@ -205,11 +200,6 @@ TEST_F(CachedGitReaderTest, ShallowCommitsAreReadAgainOnceDeepened) {
   auto [deepened, deepened_exact] = both();
   EXPECT_NE(deepened_exact, exact);
   EXPECT_EQ(deepened, deepened_exact);
-}
-
-std::string read_file(const std::filesystem::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(in), {});
 }
 
 // A cache we must not use is left as it is and costs one warning at most.
@@ -261,9 +251,9 @@ TEST_F(CachedGitReaderTest, UnusableCacheGivesTheLogAndIsLeftAlone) {
     expect_exact("cold");
     c.damage(cache());
     const std::filesystem::path kept = c.untouched.empty() ? cache() : c.untouched;
-    const std::string bytes = read_file(kept);
+    const std::string bytes = testing::read_file(kept);
     expect_exact("damaged");
-    EXPECT_EQ(read_file(kept), bytes);
+    EXPECT_EQ(testing::read_file(kept), bytes);
     std::filesystem::remove(target);
   }
   // One reader warns once, on the cache's own logger.

@@ -5,7 +5,6 @@
 #include <sys/stat.h>
 
 #include <fstream>
-#include <sstream>
 #include <string>
 
 #include "lomarind/storage/index_writer.h"
@@ -17,24 +16,18 @@ namespace {
 using ::testing::HasSubstr;
 using ::testing::ThrowsMessage;
 
-std::string read_bytes(const std::filesystem::path& path) {
-  std::ostringstream bytes;
-  bytes << std::ifstream(path, std::ios::binary).rdbuf();
-  return bytes.str();
-}
-
 class IndexFileTest : public ::testing::Test {
  protected:
   std::filesystem::path index_path() const { return dir_.path() / "index.db"; }
 
   // Both opens refuse the file, saying `reason`, and leave its bytes alone.
   void expect_refused(const std::string& reason) const {
-    const std::string before = read_bytes(index_path());
+    const std::string before = lomarind::testing::read_file(index_path());
     const auto refused =
         ThrowsMessage<IndexError>(HasSubstr("index " + index_path().string() + ": " + reason));
     EXPECT_THAT([&] { IndexDb::open_for_queries(index_path()); }, refused);
     EXPECT_THAT([&] { IndexWriter writer(index_path()); }, refused);
-    EXPECT_EQ(read_bytes(index_path()), before);
+    EXPECT_EQ(lomarind::testing::read_file(index_path()), before);
   }
 
   void make_database(const std::string& sql) const {

@@ -35,26 +35,6 @@ TEST(ParseFileChangesTest, ReadsStatusesPathsAndCounts) {
                 change("two \"2\".txt", "renamed", 2, 1, "one.txt")}));
 }
 
-TEST(ParseLogTest, ReadsCommitsInOrderWithMergesEmpty) {
-  std::string out =
-      "\0"
-      "55ac789a 1795396421\0\n:100644 100644 a7bc997 f8bab5d M\0two.txt\0"
-      "1\t0\ttwo.txt\0"
-      "\0"
-      "cd68b0cd 1795396421\0"  // a merge
-      "\0"
-      "6c3c98f1 1000\0\n:100644 100644 a b R100\0old\0new\0"
-      "0\t0\t\0old\0new\0"
-      "\0"
-      "f3db15cc 0\0"s;  // an empty commit, last
-  EXPECT_EQ(parse_log(out), (std::vector<CommitChanges>{
-                                {"55ac789a", 1795396421, {change("two.txt", "modified", 1, 0)}},
-                                {"cd68b0cd", 1795396421, {}},
-                                {"6c3c98f1", 1000, {change("new", "renamed", 0, 0, "old")}},
-                                {"f3db15cc", 0, {}}}));
-  EXPECT_TRUE(parse_log("").empty());
-}
-
 TEST(ParseLogTest, MalformedOutputIsAGitError) {
   struct Case {
     const char* name;

@@ -8,7 +8,6 @@
 
 #include <chrono>
 #include <fstream>
-#include <sstream>
 #include <string>
 
 #include "lomarind/utils/git_cli.h"
@@ -44,8 +43,7 @@ TEST_F(GitRunnerTest, FifoWhereGitReadsAttributesOrConfigIsRefused) {
   const std::filesystem::path git_dir = repo_.root() / ".git";
   const std::string fifo = (scratch_.path() / "fifo").string();
   ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
-  std::stringstream original;
-  original << std::ifstream(git_dir / "config").rdbuf();
+  const std::string original = testing::read_file(git_dir / "config");
   struct Case {
     std::string name;
     std::filesystem::path fifo;  // made a FIFO, or empty
@@ -75,7 +73,7 @@ TEST_F(GitRunnerTest, FifoWhereGitReadsAttributesOrConfigIsRefused) {
     EXPECT_TRUE(error.starts_with("refusing to run git: ")) << error;
     EXPECT_NE(error.find(c.fifo.empty() ? "fifo" : c.fifo.string()), std::string::npos) << error;
     if (!c.fifo.empty()) std::filesystem::remove(c.fifo);
-    std::ofstream(git_dir / "config", std::ios::trunc) << original.str();
+    std::ofstream(git_dir / "config", std::ios::trunc) << original;
   }
   std::ofstream(git_dir / "config", std::ios::app) << "[core]\n attributesFile = /dev/null\n";
   EXPECT_EQ(git.resolve_commit(repo_.root(), "main"), first_);  // a common way to switch it off
@@ -97,17 +95,13 @@ TEST_F(GitRunnerTest, LostExitStatusIsAnErrorNeverSuccess) {
 TEST_F(GitRunnerTest, SilentGitIsStoppedAtTheLimit) {
   const std::filesystem::path script = scratch_.path() / "git";
   const std::filesystem::path pid_file = scratch_.path() / "pid";
-  std::ofstream(script) << "#!/bin/sh\nsleep 1000 &\necho $! > '" << pid_file.string()
-                        << "'\nwait\n";
-  std::filesystem::permissions(script, std::filesystem::perms::owner_all);
+  testing::write_hanging_program(script, pid_file);
   GitCli stuck(GitRunner(script.string(), {"PATH=/usr/bin:/bin"}, std::chrono::milliseconds(300)),
                [] { return kNow; });
   EXPECT_EQ(git_error([&] { stuck.resolve_commit(repo_.root(), "HEAD"); }),
             "git rev-parse printed nothing for 1 s and was stopped (the limit for a silent git "
             "command); look for a file in the repository that git waits on, such as a named pipe");
-  pid_t sleeper = 0;
-  ASSERT_TRUE(std::ifstream(pid_file) >> sleeper);
-  EXPECT_TRUE(testing::process_ends(sleeper));
+  EXPECT_TRUE(testing::hanging_sleep_ends(pid_file));
 }
 
 }  // namespace

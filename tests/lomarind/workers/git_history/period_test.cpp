@@ -60,15 +60,6 @@ TEST(HistoriesTest, FollowsFilesAcrossRenamesInMapOrder) {
   }
 }
 
-TEST(HistoryRowTest, ChangeKeysThenCommitsThenUtcTime) {
-  EXPECT_EQ(history_row(PathHistory{"b.py", "a.py", false, true, 3, 4, 5, 1714564800}).dump(),
-            R"({"path":"b.py","status":"renamed","old_path":"a.py","additions":4,"deletions":5,)"
-            R"("commits":3,"last_changed":"2024-05-01T12:00:00+00:00"})");
-  EXPECT_EQ(history_row(PathHistory{"b.py", "a.py", true, true, 1, 0, 0, 0}).dump(),
-            R"({"path":"b.py","status":"added","additions":0,"deletions":0,)"
-            R"("commits":1,"last_changed":"1970-01-01T00:00:00+00:00"})");
-}
-
 // Rows never throw: every instant git can store has a date.
 TEST(HistoryRowTest, AnyInstantIsAnIsoDateTime) {
   const std::pair<std::int64_t, std::string_view> cases[] = {

@@ -13,28 +13,30 @@
 namespace lomarind::git_history {
 namespace {
 
-TEST(HistoryOnARealRepositoryTest, FollowsRenamesThroughTheGitProgram) {
-  testing::TempGitRepo repo;
-  repo.write("src/a.py", "def f():\n    return 1\n");
-  repo.write("README.md", "hello\n");
-  repo.commit("start", 1714564800);  // 2024-05-01T12:00:00Z
-  repo.write("src/a.py", "def f():\n    return 2\n");
-  repo.commit("edit", 1714568400);
-  repo.git({"mv", "src/a.py", "src/b.py"});
-  repo.commit("rename", 1714572000);
-
-  const testing::IsolatedGit isolated;
-  const NullLogSink sink;
-  const ProductionHistory production(
+class HistoryOnARealRepositoryTest : public ::testing::Test {
+ protected:
+  testing::TempGitRepo repo_;
+  const testing::IsolatedGit isolated_;
+  const NullLogSink sink_;
+  const ProductionHistory production_{
       {.now = [] { return std::chrono::sys_seconds(std::chrono::seconds(1714600000)); },
-       .runner = isolated.runner()},
-      sink);
-  const GitHistory& history = production.history();
-  const repository_changes::IndexDb db;
-  const repository_changes::Repository repository{db};
+       .runner = isolated_.runner()},
+      sink_};
+  const GitHistory& history_ = production_.history();
+};
 
-  const Json recent = history.recent_changes(repository, repo.root(),
-                                             {"2024-05-01T12:30:00", "main", true, 10, 0, true});
+TEST_F(HistoryOnARealRepositoryTest, FollowsRenamesThroughTheGitProgram) {
+  repo_.write("src/a.py", "def f():\n    return 1\n");
+  repo_.write("README.md", "hello\n");
+  repo_.commit("start", 1714564800);  // 2024-05-01T12:00:00Z
+  repo_.write("src/a.py", "def f():\n    return 2\n");
+  repo_.commit("edit", 1714568400);
+  repo_.git({"mv", "src/a.py", "src/b.py"});
+  repo_.commit("rename", 1714572000);
+
+  const repository_changes::IndexDb db;
+  const Json recent = history_.recent_changes({db}, repo_.root(),
+                                              {"2024-05-01T12:30:00", "main", true, 10, 0, true});
   EXPECT_EQ(recent.at("files").dump(),
             R"([{"path":"src/b.py","status":"renamed","old_path":"src/a.py","additions":1,)"
             R"("deletions":1,"commits":2,"last_changed":"2024-05-01T14:00:00+00:00",)"
@@ -62,34 +64,28 @@ std::string symbol_names(const Json& row) {
 // Symbols from a real index on the lines git says each file changed: an
 // edit only touches the function it is in, a renamed file is diffed under
 // both names, and an added file lists its first ten symbols.
-TEST(HistoryOnARealRepositoryTest, BranchSymbolsLieOnTheChangedLines) {
-  testing::TempGitRepo repo;
-  repo.write("lib.py", functions(0, 4, "0"));
-  repo.write("old.py", functions(10, 3, "0"));
-  repo.commit("start", 1714564800);
-  repo.git({"checkout", "-q", "-b", "feature"});
+TEST_F(HistoryOnARealRepositoryTest, BranchSymbolsLieOnTheChangedLines) {
+  repo_.write("lib.py", functions(0, 4, "0"));
+  repo_.write("old.py", functions(10, 3, "0"));
+  repo_.commit("start", 1714564800);
+  repo_.git({"checkout", "-q", "-b", "feature"});
   std::string lib = functions(0, 4, "0");
   lib.replace(lib.find("return 0", 20), 8, "return 1");  // inside f1
-  repo.write("lib.py", lib);
-  repo.git({"mv", "old.py", "new.py"});
+  repo_.write("lib.py", lib);
+  repo_.git({"mv", "old.py", "new.py"});
   std::string moved = functions(10, 3, "0");
   moved.replace(moved.rfind("return 0"), 8, "return 2");  // inside f12
-  repo.write("new.py", moved);
-  repo.write("big.py", functions(20, 12, "0"));
-  repo.commit("feature", 1714568400);
+  repo_.write("new.py", moved);
+  repo_.write("big.py", functions(20, 12, "0"));
+  repo_.commit("feature", 1714568400);
 
   const testing::TempDir dir;
-  indexer::build_index({.repo_root = repo.root(), .index_path = dir.path() / "index.db"});
-  const testing::IsolatedGit isolated;
-  const NullLogSink sink;
-  const ProductionHistory production(
-      {.now = [] { return std::chrono::sys_seconds{}; }, .runner = isolated.runner()}, sink);
-  const GitHistory& history = production.history();
+  indexer::build_index({.repo_root = repo_.root(), .index_path = dir.path() / "index.db"});
   const repository_changes::IndexDb db =
       repository_changes::IndexDb::open_for_queries(dir.path() / "index.db");
 
   const Json diff =
-      history.branch_diff({db}, repo.root(), {"main", std::nullopt, true, 10, 0, false});
+      history_.branch_diff({db}, repo_.root(), {"main", std::nullopt, true, 10, 0, false});
   std::map<std::string, std::string> found;
   for (const Json& row : diff.at("files"))
     found[row.at("path").get<std::string>()] = symbol_names(row);
