@@ -19,18 +19,11 @@ constexpr std::string_view kFormat =
     "lomarind commit changes 1: log -z --raw --numstat -M, renameLimit=1000, myers, showRoot, "
     "no textconv";
 
-// FNV-1a: stable across builds and processes, which std::hash is not.
 std::uint64_t fingerprint(std::string_view state) {
-  std::uint64_t hash = 14695981039346656037ull;
-  for (std::string_view part : {kFormat, state}) {
-    for (char c : part) {
-      hash ^= static_cast<unsigned char>(c);
-      hash *= 1099511628211ull;
-    }
-    hash ^= 0xff;
-    hash *= 1099511628211ull;
-  }
-  return hash;
+  StableHash hash;
+  hash.text(kFormat);
+  hash.text(state);
+  return hash.value();
 }
 
 git_utils::FileChange change_of(const StoredChange& file, const FoundCommits& found) {

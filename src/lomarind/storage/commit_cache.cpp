@@ -18,13 +18,13 @@ namespace {
 
 // "lmcc": tells our file from any other SQLite database.
 constexpr int kApplicationId = 0x6c6d6363;
-constexpr int kSchemaVersion = 1;
+constexpr int kSchemaVersion = 2;
 
 constexpr char kSchema[] = R"sql(
 CREATE TABLE paths   (id INTEGER PRIMARY KEY, path BLOB NOT NULL, attribute BLOB NOT NULL,
                       UNIQUE (path, attribute));
 CREATE TABLE commits (id TEXT NOT NULL, fingerprint INTEGER NOT NULL, files BLOB NOT NULL,
-                      PRIMARY KEY (id, fingerprint)) WITHOUT ROWID;
+                      checksum INTEGER NOT NULL, PRIMARY KEY (id, fingerprint)) WITHOUT ROWID;
 )sql";
 
 // A writer holds its lock for one short transaction; a lock held longer
@@ -92,17 +92,20 @@ bool is_ours(const SQLite::Database& db) {
          pragma(db, "user_version") == kSchemaVersion;
 }
 
-// Creates the schema in a new, empty file; accepts only our own schema in
-// any other. Two processes creating the file at once take turns here; a
-// read-only cache is checked without taking a lock.
+// Creates the schema in a new, empty file, or over an older layout of our
+// own; accepts nothing else. Two processes creating the file at once take
+// turns here; a read-only cache is checked without taking a lock.
 void prepare_schema(SQLite::Database& db) {
   if (is_ours(db)) return;
   SQLite::Transaction transaction(db, SQLite::TransactionBehavior::IMMEDIATE);
   if (is_ours(db)) return;
   const int application = pragma(db, "application_id");
   const int version = pragma(db, "user_version");
-  const int objects = db.execAndGet("SELECT count(*) FROM sqlite_schema").getInt();
-  if (application != 0 || version != 0 || objects != 0) {
+  if (application == kApplicationId && version < kSchemaVersion) {
+    // Our own cache in an older layout: what it holds is only ever a copy.
+    db.exec("DROP TABLE IF EXISTS commits; DROP TABLE IF EXISTS paths;");
+  } else if (application != 0 || version != 0 ||
+             db.execAndGet("SELECT count(*) FROM sqlite_schema").getInt() != 0) {
     throw CacheError(
         "it is no lomarind commit cache of this version; delete it and it is made again");
   }
@@ -173,16 +176,22 @@ FoundCommits CommitCache::find(std::uint64_t fingerprint, const std::vector<std:
     // One read transaction: every path a commit names is in the table.
     SQLite::Transaction transaction(impl_->db, SQLite::TransactionBehavior::DEFERRED);
     append_paths(impl_->db, found.paths);
-    SQLite::Statement lookup(impl_->db,
-                             "SELECT files FROM commits WHERE id = ? AND fingerprint = ?");
+    SQLite::Statement lookup(
+        impl_->db, "SELECT files, checksum FROM commits WHERE id = ? AND fingerprint = ?");
     for (std::size_t i = 0; i < commits.size(); ++i) {
       lookup.bind(1, commits[i]);
       lookup.bind(2, static_cast<std::int64_t>(fingerprint));
       if (lookup.executeStep()) {
         const SQLite::Column files = lookup.getColumn(0);
-        found.commits[i] = decode(std::string_view(static_cast<const char*>(files.getBlob()),
-                                                   static_cast<std::size_t>(files.getBytes())),
-                                  found.paths.size());
+        std::vector<StoredChange> row =
+            decode(std::string_view(static_cast<const char*>(files.getBlob()),
+                                    static_cast<std::size_t>(files.getBytes())),
+                   found.paths.size());
+        // A row that no longer says what was written is left to git.
+        if (static_cast<std::uint64_t>(lookup.getColumn(1).getInt64()) ==
+            checksum(commits[i], fingerprint, row, found.paths)) {
+          found.commits[i] = std::move(row);
+        }
       }
       lookup.reset();
     }
@@ -243,7 +252,8 @@ void CommitCache::store(std::uint64_t fingerprint, const std::vector<CachedCommi
     drop.exec();
     PathIds ids(impl_->db);
     SQLite::Statement insert(
-        impl_->db, "INSERT OR REPLACE INTO commits (id, fingerprint, files) VALUES (?, ?, ?)");
+        impl_->db,
+        "INSERT OR REPLACE INTO commits (id, fingerprint, files, checksum) VALUES (?, ?, ?, ?)");
     for (const CachedCommit& commit : commits) {
       if (!storable(commit.files)) continue;
       const std::string blob =
@@ -253,6 +263,7 @@ void CommitCache::store(std::uint64_t fingerprint, const std::vector<CachedCommi
       insert.bind(1, commit.commit);
       insert.bind(2, static_cast<std::int64_t>(fingerprint));
       insert.bind(3, blob.data(), static_cast<int>(blob.size()));
+      insert.bind(4, static_cast<std::int64_t>(checksum(commit.commit, fingerprint, commit.files)));
       insert.exec();
       insert.reset();
     }

@@ -34,7 +34,52 @@ std::uint64_t get_varint(std::string_view& in) {
   damaged("a number is too long");
 }
 
+// One file of a row; `old_path` null for none.
+void add_file(StableHash& hash, std::string_view status, const StoredPath& path,
+              const StoredPath* old_path, std::int64_t additions, std::int64_t deletions) {
+  hash.text(status);
+  hash.text(path.path);
+  hash.text(path.attribute);
+  hash.number(old_path != nullptr);
+  if (old_path != nullptr) {
+    hash.text(old_path->path);
+    hash.text(old_path->attribute);
+  }
+  hash.number(static_cast<std::uint64_t>(additions));
+  hash.number(static_cast<std::uint64_t>(deletions));
+}
+
+StableHash row_hash(std::string_view commit, std::uint64_t fingerprint) {
+  StableHash hash;
+  hash.text(commit);
+  hash.number(fingerprint);
+  return hash;
+}
+
 }  // namespace
+
+std::uint64_t checksum(std::string_view commit, std::uint64_t fingerprint,
+                       const std::vector<CachedChange>& files) {
+  StableHash hash = row_hash(commit, fingerprint);
+  for (const CachedChange& file : files) {
+    const StoredPath path{file.change.path, file.attribute};
+    const StoredPath old_path{file.change.old_path.value_or(""), file.old_attribute};
+    add_file(hash, file.change.status, path, file.change.old_path ? &old_path : nullptr,
+             file.change.additions, file.change.deletions);
+  }
+  return hash.value();
+}
+
+std::uint64_t checksum(std::string_view commit, std::uint64_t fingerprint,
+                       const std::vector<StoredChange>& files,
+                       const std::vector<StoredPath>& paths) {
+  StableHash hash = row_hash(commit, fingerprint);
+  for (const StoredChange& file : files) {
+    add_file(hash, status_name(file.status), paths[file.path],
+             file.old_path != 0 ? &paths[file.old_path] : nullptr, file.additions, file.deletions);
+  }
+  return hash.value();
+}
 
 std::string_view status_name(std::uint32_t status) { return kStatuses.at(status); }
 

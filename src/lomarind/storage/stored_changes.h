@@ -65,4 +65,36 @@ std::string encode(const std::vector<CachedChange>& files, const PathNumber& num
 // numbers (number 0 unused). Throws CacheError for anything else.
 std::vector<StoredChange> decode(std::string_view row, std::size_t paths);
 
+// FNV-1a, 64 bits: the same for the same input in every build and process,
+// which std::hash is not.
+class StableHash {
+ public:
+  // A field of text; a NUL after it keeps two fields from running together.
+  void text(std::string_view part) {
+    for (char c : part) byte(static_cast<unsigned char>(c));
+    byte(0);
+  }
+  void number(std::uint64_t value) {
+    for (int i = 0; i < 8; ++i) byte(static_cast<unsigned char>(value >> (8 * i)));
+  }
+  std::uint64_t value() const { return hash_; }
+
+ private:
+  void byte(unsigned char c) {
+    hash_ ^= c;
+    hash_ *= 1099511628211ull;
+  }
+  std::uint64_t hash_ = 14695981039346656037ull;
+};
+
+// What a row says, paths and attributes spelled out, as one number: a row
+// whose bytes, key or paths were changed after it was written (by hand, by
+// a faulty disk) no longer matches it, and is read from git again.
+std::uint64_t checksum(std::string_view commit, std::uint64_t fingerprint,
+                       const std::vector<CachedChange>& files);
+// The same for a row as read, against the path table it names.
+std::uint64_t checksum(std::string_view commit, std::uint64_t fingerprint,
+                       const std::vector<StoredChange>& files,
+                       const std::vector<StoredPath>& paths);
+
 }  // namespace lomarind::commit_cache

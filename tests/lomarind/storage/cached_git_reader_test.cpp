@@ -261,6 +261,22 @@ TEST_F(CachedGitReaderTest, UnusableCacheGivesTheLogAndIsLeftAlone) {
   EXPECT_EQ(sink_.records[0].logger, kCacheLoggerName);
 }
 
+// Rows edited in place decode as well as ever but no longer say what git
+// showed: they are read again, and the cache mends them.
+TEST_F(CachedGitReaderTest, EditedEntriesAreReadFromGitAgain) {
+  build_history(repo_);
+  for (const char* edit : {"UPDATE commits SET files = (SELECT files FROM commits AS other "
+                           "WHERE other.id != commits.id AND length(other.files) > 0 LIMIT 1)",
+                           "UPDATE paths SET path = path || '.x'",
+                           "UPDATE commits SET fingerprint = fingerprint + 1"}) {
+    SCOPED_TRACE(edit);
+    expect_exact("cold");
+    SQLite::Database(cache().string(), SQLite::OPEN_READWRITE).exec(edit);
+    expect_exact("edited");
+    expect_exact("mended");
+  }
+}
+
 TEST_F(CachedGitReaderTest, TwoProgramsFillingACacheAtOnceBothAnswerExactly) {
   build_history(repo_, 80);
   const auto run = [this](std::vector<std::string> options) {
