@@ -15,24 +15,19 @@ namespace lomarind::python {
 
 namespace {
 
-py::object to_python_answer(const Json& answer) { return json_to_python(answer); }
-py::object to_python_answer(const std::vector<Json>& rows) { return to_list(rows, json_to_python); }
-
 // Runs one answer of GitHistory over neighbours bound to `host`.
-template <typename Options, typename Answer>
-py::object answer(Answer (git_history::GitHistory::*ask)(const repository_changes::Repository&,
+template <typename Options>
+py::object answer(Json (git_history::GitHistory::*ask)(const repository_changes::Repository&,
                                                          const std::filesystem::path&,
                                                          const Options&) const,
                   const py::module_& host, const py::object& repository,
                   const py::object& repo_root, const Options& options) {
   HostNeighbours n(host, repo_root, repository.attr("db"));
   return answering(host, [&] {
-    py::object answer =
-        to_python_answer((n.history.*ask)(n.repository, to_path(repo_root), options));
+    const Json answer = (n.history.*ask)(n.repository, to_path(repo_root), options);
     // A Python hint's answer is the object it returned.
-    if (n.pagination.returned() && !py::isinstance<py::list>(answer))
-      return n.pagination.returned();
-    return answer;
+    if (n.pagination.returned()) return n.pagination.returned();
+    return json_to_python(answer);
   });
 }
 
@@ -69,15 +64,6 @@ py::object hotspots(const py::module_& host, const py::object& repository,
                                              .source_only = source_only});
 }
 
-py::object file_hotspots(const py::module_& host, const py::object& repository,
-                         const py::object& repo_root, py::handle since, py::handle branch,
-                         std::int64_t limit) {
-  return answer(&git_history::GitHistory::file_hotspots, host, repository, repo_root,
-                git_history::FileHotspotsOptions{.since = to_bytes(since, "since"),
-                                                 .branch = to_optional_bytes(branch, "branch"),
-                                                 .limit = limit});
-}
-
 py::object branch_diff(const py::module_& host, const py::object& repository,
                        const py::object& repo_root, py::handle base_branch, py::handle head_branch,
                        bool include_symbols, std::int64_t limit, std::int64_t offset,
@@ -106,8 +92,6 @@ void bind_git_history(py::module_& module) {
              arg("source_only"));
   module.def("hotspots", hotspots, arg("host"), arg("repository"), arg("repo_root"), arg("since"),
              arg("branch"), arg("group_by"), arg("limit"), arg("offset"), arg("source_only"));
-  module.def("file_hotspots", file_hotspots, arg("host"), arg("repository"), arg("repo_root"),
-             arg("since"), arg("branch"), arg("limit"));
   module.def("branch_diff", branch_diff, arg("host"), arg("repository"), arg("repo_root"),
              arg("base_branch"), arg("head_branch"), arg("include_symbols"), arg("limit"),
              arg("offset"), arg("source_only"));

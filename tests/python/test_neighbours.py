@@ -105,6 +105,15 @@ def test_names_replaced_on_the_module(repo, index, monkeypatch, name, replacemen
     assert check(hotspots(index, repo.root))
 
 
+def test_file_hotspots_asks_the_modules_hotspots(repo, index, monkeypatch):
+    calls = []
+    monkeypatch.setattr(git_history, "hotspots",
+                        lambda *args, **kw: calls.append((args, kw)) or {"hotspots": [1, 2, 3]})
+    assert git_history.file_hotspots(index, repo.root, since=SINCE, branch="x", limit=2) == [1, 2]
+    assert calls == [((index, repo.root), dict(since=SINCE, branch="x", group_by="file", limit=2,
+                                               offset=0, source_only=True))]
+
+
 def test_the_host_gets_its_own_objects_back(repo, index, tmp_path, monkeypatch, caplog):
     caplog.set_level(logging.INFO, logger="lomarind.workers.git_history")
     failure = GitError("fatal: bad object")
