@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <map>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -14,10 +15,19 @@
 
 namespace lomarind::testing {
 
+// The items joined by `separator`: "a, b" or "a b".
+inline std::string joined(const std::vector<std::string>& items, std::string_view separator = " ") {
+  std::string out;
+  for (const std::string& item : items) out += (out.empty() ? "" : std::string(separator)) + item;
+  return out;
+}
+
 // A FileChange without spelling out every field.
-git_utils::FileChange change(std::string path, std::string status, std::int64_t additions = 0,
-                             std::int64_t deletions = 0,
-                             std::optional<std::string> old_path = std::nullopt);
+inline git_utils::FileChange change(std::string path, std::string status,
+                                    std::int64_t additions = 0, std::int64_t deletions = 0,
+                                    std::optional<std::string> old_path = std::nullopt) {
+  return {std::move(path), std::move(status), additions, deletions, std::move(old_path)};
+}
 
 class FakeGitReader final : public git_utils::GitReader {
   using Path = std::filesystem::path;
@@ -40,25 +50,63 @@ class FakeGitReader final : public git_utils::GitReader {
   // One entry per call: "op(arg, arg, ...)", without the root.
   mutable std::vector<std::string> calls;
 
-  std::optional<std::string> resolve_commit(const Path&, const std::string& name) const override;
-  std::optional<std::string> resolve_display_branch(const Path&) const override;
-  std::string get_default_branch(const Path&) const override;
-  Time parse_time_spec(const std::string& since) const override;
+  std::optional<std::string> resolve_commit(const Path&, const std::string& name) const override {
+    record("resolve_commit", {name});
+    const auto found = commits.find(name);
+    return found == commits.end() ? std::nullopt : std::optional(found->second);
+  }
+  std::optional<std::string> resolve_display_branch(const Path&) const override {
+    record("resolve_display_branch", {});
+    return display_branch;
+  }
+  std::string get_default_branch(const Path&) const override {
+    record("get_default_branch", {});
+    return default_branch;
+  }
+  Time parse_time_spec(const std::string& since) const override {
+    record("parse_time_spec", {since});
+    const auto found = periods.find(since);
+    if (found == periods.end())
+      throw std::invalid_argument("Cannot read the period '" + since + "'");
+    return found->second;
+  }
   std::vector<git_utils::FileChange> diff_file_changes(const Path&, const std::string& base,
-                                                       const std::string& head) const override;
+                                                       const std::string& head) const override {
+    record("diff_file_changes", {base, head});
+    return diff_files;
+  }
   std::int64_t count_commits(const Path&, const std::string& base,
-                             const std::string& head) const override;
+                             const std::string& head) const override {
+    record("count_commits", {base, head});
+    return commit_count;
+  }
   std::vector<git_utils::CommitChanges> log_commit_changes(const Path&, Time since,
                                                            const std::string& ref,
-                                                           int max_commits) const override;
+                                                           int max_commits) const override {
+    record("log_commit_changes",
+           {"since=" + epoch(since), "ref=" + ref, "max_commits=" + std::to_string(max_commits)});
+    return log;
+  }
   std::optional<std::string> commit_before(const Path&, const std::string& tip,
-                                           Time start) const override;
+                                           Time start) const override {
+    record("commit_before", {tip, epoch(start)});
+    return before;
+  }
   git_utils::LineSpansByPath diff_line_spans(const Path&, const std::string& base,
                                              const std::string& head, bool merge_base,
-                                             const std::vector<std::string>& paths) const override;
+                                             const std::vector<std::string>& paths) const override {
+    record("diff_line_spans", {base, head, merge_base ? "merge_base=true" : "merge_base=false",
+                               "paths=[" + joined(paths, ", ") + "]"});
+    return line_spans;
+  }
 
  private:
-  void record(const std::string& op, const std::string& args) const;
+  static std::string epoch(Time time) { return std::to_string(time.time_since_epoch().count()); }
+
+  void record(const std::string& op, const std::vector<std::string>& args) const {
+    calls.push_back(op + "(" + joined(args, ", ") + ")");
+    if (op == fail_on) throw git_utils::GitError("fatal: bad object", {"git", op}, 128);
+  }
 };
 
 }  // namespace lomarind::testing

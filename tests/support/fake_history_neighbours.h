@@ -6,7 +6,9 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <set>
 #include <string>
 #include <string_view>
@@ -33,11 +35,27 @@ class FakeChangeIndex final : public repository_changes::ChangeIndex {
   mutable std::vector<std::string> kinds;  // of the last symbols_on_lines
 
   repository_changes::IndexedPaths indexed_paths(
-      const repository_changes::IndexDb& db, const std::vector<std::string>& paths) const override;
+      const repository_changes::IndexDb&, const std::vector<std::string>& paths) const override {
+    calls.push_back("indexed_paths([" + joined(paths, ", ") + "])");
+    repository_changes::IndexedPaths known;
+    for (const std::string& path : paths) {
+      if (const auto found = facts.find(path); found != facts.end()) known.insert(*found);
+    }
+    return known;
+  }
   std::vector<repository_changes::SymbolOnLines> symbols_on_lines(
-      const repository_changes::IndexDb& db,
-      const std::vector<repository_changes::LineRange>& ranges,
-      std::span<const std::string_view> kinds, int per_file) const override;
+      const repository_changes::IndexDb&, const std::vector<repository_changes::LineRange>& ranges,
+      std::span<const std::string_view> asked_kinds, int per_file) const override {
+    std::vector<std::string> listed;
+    for (const repository_changes::LineRange& r : ranges) {
+      listed.push_back(r.path + ":" + std::to_string(r.start_line) + "-" +
+                       std::to_string(r.end_line));
+    }
+    calls.push_back("symbols_on_lines([" + joined(listed, ", ") +
+                    "], per_file=" + std::to_string(per_file) + ")");
+    kinds.assign(asked_kinds.begin(), asked_kinds.end());
+    return symbols;
+  }
 };
 
 // Small fixed rules: a test lives under tests/ or is named test_*; source
@@ -50,10 +68,23 @@ class FakeSourceFilters final : public git_history::SourceFilters {
   // "is_test_path(a.py)", "should_skip_path(.)", ...
   mutable std::vector<std::string> calls;
 
-  bool in_source_languages(std::string_view language) const override;
-  bool is_source_extension(std::string_view path) const override;
-  bool is_test_path(std::string_view path) const override;
-  bool should_skip_path(std::string_view directory) const override;
+  bool in_source_languages(std::string_view language) const override {
+    calls.push_back("in_source_languages(" + std::string(language) + ")");
+    return source_languages.contains(language);
+  }
+  bool is_source_extension(std::string_view path) const override {
+    calls.push_back("is_source_extension(" + std::string(path) + ")");
+    return path.ends_with(".py") || path.ends_with(".cpp");
+  }
+  bool is_test_path(std::string_view path) const override {
+    calls.push_back("is_test_path(" + std::string(path) + ")");
+    return path.starts_with("tests/") || path.find("/tests/") != std::string_view::npos ||
+           path.substr(path.rfind('/') + 1).starts_with("test_");  // npos + 1 is 0
+  }
+  bool should_skip_path(std::string_view directory) const override {
+    calls.push_back("should_skip_path(" + std::string(directory) + ")");
+    return skipped_directories.contains(directory);
+  }
 };
 
 // The GitHistoryError that `block` throws; a test failure if it throws none.
@@ -68,12 +99,18 @@ git_history::GitHistoryError history_error_of(Block&& block) {
   return git_history::GitHistoryError("");
 }
 
-// The recorded calls as one string, "a(x) b(y)", for compact expectations.
-std::string joined(const std::vector<std::string>& calls);
-
 // Compares `answer`, as dump(2), with tests/data/git_history/<name>.json.
 // With LOMARIND_UPDATE_GOLDEN=1 in the environment it rewrites the file.
-void expect_golden(const std::string& name, const Json& answer);
+inline void expect_golden(const std::string& name, const Json& answer) {
+  const std::string path = std::string(LOMARIND_TEST_DATA) + "/git_history/" + name + ".json";
+  const std::string actual = answer.dump(2) + "\n";
+  const char* update = std::getenv("LOMARIND_UPDATE_GOLDEN");
+  if (update != nullptr && std::string_view(update) == "1") {
+    std::ofstream(path) << actual;
+    return;
+  }
+  EXPECT_EQ(actual, read_file(path)) << "golden " << path;
+}
 
 class GitHistoryTest : public ::testing::Test {
  protected:

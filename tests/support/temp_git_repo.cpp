@@ -70,21 +70,16 @@ void TempGitRepo::remove(const std::string& path) const { std::filesystem::remov
 
 CommandResult TempGitRepo::run_git(const std::vector<std::string>& args,
                                    std::int64_t timestamp) const {
-  std::vector<std::string> argv = {"git",
-                                   "-c",
-                                   "user.name=Test",
-                                   "-c",
-                                   "user.email=test@example.com",
-                                   "-c",
-                                   "commit.gpgsign=false",
-                                   "-c",
+  std::vector<std::string> argv = {"git", "-c", "commit.gpgsign=false", "-c",
                                    "core.autocrlf=false"};
   argv.insert(argv.end(), args.begin(), args.end());
-  std::string date = "@" + std::to_string(timestamp) + " +0000";
+  const std::string date = "@" + std::to_string(timestamp) + " +0000";
   CommandResult r =
       run_command(argv, root_,
-                  {"GIT_CONFIG_NOSYSTEM=1", "GIT_CONFIG_GLOBAL=/dev/null",
-                   "GIT_AUTHOR_DATE=" + date, "GIT_COMMITTER_DATE=" + date, "LC_ALL=C"});
+                  {"GIT_CONFIG_NOSYSTEM=1", "GIT_CONFIG_GLOBAL=/dev/null", "GIT_AUTHOR_NAME=Test",
+                   "GIT_COMMITTER_NAME=Test", "GIT_AUTHOR_EMAIL=test@example.com",
+                   "GIT_COMMITTER_EMAIL=test@example.com", "GIT_AUTHOR_DATE=" + date,
+                   "GIT_COMMITTER_DATE=" + date, "LC_ALL=C"});
   if (r.status != 0) {
     throw std::runtime_error("git " + (args.empty() ? std::string() : args[0]) +
                              " failed: " + r.err);
