@@ -1,5 +1,5 @@
-// A period answer end to end over a real git repository, the git program
-// reader, an empty index and the library's own filters and hint.
+// A branch answer end to end over a real git repository, the git program
+// reader, a real index built by ctags and the library's own filters and hint.
 #include <gtest/gtest.h>
 
 #include <map>
@@ -24,24 +24,6 @@ class HistoryOnARealRepositoryTest : public ::testing::Test {
       sink_};
   const GitHistory& history_ = production_.history();
 };
-
-TEST_F(HistoryOnARealRepositoryTest, FollowsRenamesThroughTheGitProgram) {
-  repo_.write("src/a.py", "def f():\n    return 1\n");
-  repo_.write("README.md", "hello\n");
-  repo_.commit("start", 1714564800);  // 2024-05-01T12:00:00Z
-  repo_.write("src/a.py", "def f():\n    return 2\n");
-  repo_.commit("edit", 1714568400);
-  repo_.git({"mv", "src/a.py", "src/b.py"});
-  repo_.commit("rename", 1714572000);
-
-  const repository_changes::IndexDb db;
-  const Json recent = history_.recent_changes({db}, repo_.root(),
-                                              {"2024-05-01T12:30:00", "main", true, 10, 0, true});
-  EXPECT_EQ(recent.at("files").dump(),
-            R"([{"path":"src/b.py","status":"renamed","old_path":"src/a.py","additions":1,)"
-            R"("deletions":1,"commits":2,"last_changed":"2024-05-01T14:00:00+00:00",)"
-            R"("symbols":[]}])");
-}
 
 std::string functions(int first, int count, const std::string& body) {
   std::string text;
