@@ -32,7 +32,11 @@ std::vector<std::string> child_environment(const std::vector<std::string>& extra
 
 CommandResult run_command(const std::vector<std::string>& argv, const std::filesystem::path& cwd,
                           const std::vector<std::string>& extra_env) {
-  subprocess::Result r = subprocess::run({argv, child_environment(extra_env), "", cwd});
+  subprocess::Command command;
+  command.argv = argv;
+  command.environment = child_environment(extra_env);
+  command.working_directory = cwd;
+  subprocess::Result r = subprocess::run(command);
   return {r.exit_status, std::move(r.out), std::move(r.err)};
 }
 

@@ -159,7 +159,9 @@ void run_ctags(const CtagsOptions& options, TagStream& stream, FileQueue& queue)
       .input = stream.file_list(),
       .working_directory = options.repo_root,
       .inactivity_limit = {},
-      .stop = &queue.cancelled()};
+      .stop = &queue.cancelled(),
+      .silence_check = {},
+      .on_silence = nullptr};
   subprocess::Result result;
   try {
     result = subprocess::run(command, [&](std::string_view chunk) {

@@ -179,4 +179,22 @@ void refuse_blocking_inputs(const fs::path& repo_root,
   check({work_tree / ".gitattributes", "the attributes file"});
 }
 
+void refuse_blocking_attributes_in_work_tree(const fs::path& repo_root) {
+  const auto dirs = git_dirs(repo_root);
+  if (!dirs) return;
+  std::error_code error;
+  // Symbolic links are not followed, into folders or, as git does for the
+  // work tree's own files, to an attributes file.
+  for (fs::recursive_directory_iterator it(dirs->work_tree,
+                                           fs::directory_options::skip_permission_denied, error);
+       !error && it != fs::recursive_directory_iterator(); it.increment(error)) {
+    const fs::path name = it->path().filename();
+    if (name == ".git") {
+      it.disable_recursion_pending();
+    } else if (name == ".gitattributes" && !it->is_symlink(error)) {
+      check({it->path(), "the attributes file"});
+    }
+  }
+}
+
 }  // namespace lomarind::git_utils

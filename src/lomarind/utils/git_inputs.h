@@ -19,4 +19,10 @@ namespace lomarind::git_utils {
 void refuse_blocking_inputs(const std::filesystem::path& repo_root,
                             const std::vector<std::string>& environment);
 
+// Throws GitError naming the first .gitattributes in any folder of the work
+// tree of `repo_root` that is no regular file. git reads the one of each
+// folder whose files it diffs; the walk costs too much to run before every
+// command, so it is for a command that has gone quiet.
+void refuse_blocking_attributes_in_work_tree(const std::filesystem::path& repo_root);
+
 }  // namespace lomarind::git_utils

@@ -27,6 +27,11 @@ struct GitResult {
 // something that never comes.
 inline constexpr std::chrono::seconds kGitInactivityLimit{300};
 
+// A git command silent this long (or half its limit, when that is shorter)
+// may be waiting on a named pipe in a folder of the work tree: the work
+// tree is searched once for one, and git stopped if it is found.
+inline constexpr std::chrono::milliseconds kSilenceCheck{2000};
+
 class GitRunner {
  public:
   // `git_program` is a path or a name looked up on PATH. Each command starts

@@ -175,11 +175,25 @@ class Pump {
     if (command_.stop != nullptr) {
       wait = wait.count() < 0 ? kStopCheck : std::min(wait, kStopCheck);
     }
+    if (silence_check_due()) {
+      const auto until = std::max(std::chrono::milliseconds(0),
+                                  std::chrono::ceil<std::chrono::milliseconds>(
+                                      last_output_ + command_.silence_check - Clock::now()));
+      wait = wait.count() < 0 ? until : std::min(wait, until);
+    }
     return static_cast<int>(wait.count());
   }
 
-  void check_limits() const {
+  bool silence_check_due() const {
+    return command_.silence_check.count() > 0 && command_.on_silence && !silence_checked_;
+  }
+
+  void check_limits() {
     if (command_.stop != nullptr && command_.stop->load()) throw Interrupted(name());
+    if (silence_check_due() && Clock::now() - last_output_ >= command_.silence_check) {
+      silence_checked_ = true;
+      command_.on_silence();
+    }
     if (command_.inactivity_limit.count() > 0 &&
         Clock::now() - last_output_ >= command_.inactivity_limit) {
       throw Timeout(name(), command_.inactivity_limit);
@@ -193,6 +207,7 @@ class Pump {
       throw_errno(errno, "cannot read the output of " + name());
     }
     last_output_ = Clock::now();
+    silence_checked_ = false;
     if (n == 0) {
       fd.reset();
       return;
@@ -232,6 +247,7 @@ class Pump {
   Result& result_;
   std::string buffer_;
   Clock::time_point last_output_;
+  bool silence_checked_ = false;  // since the last output
 };
 
 void fill_status(int status, Result& result) {

@@ -31,6 +31,11 @@ struct Command {
   // Once *stop is true (looked at every 100 ms), the child is killed and
   // run() throws Interrupted.
   const std::atomic<bool>* stop = nullptr;
+  // Runs once each time both outputs have been silent for `silence_check`
+  // (zero: never); if it throws, the child is killed and the exception
+  // propagates. For a costly look at why a child may be stuck.
+  std::chrono::milliseconds silence_check{0};
+  std::function<void()> on_silence;
 };
 
 struct Result {

@@ -27,6 +27,7 @@ class GitRunnerTest : public ::testing::Test {
  protected:
   void SetUp() override {
     repo_.write("a.txt", "a\n");
+    repo_.write("sub/b.txt", "b\n");
     first_ = repo_.commit("first", 1000);
   }
 
@@ -50,6 +51,8 @@ TEST_F(GitRunnerTest, FifoWhereGitReadsAttributesOrConfigIsRefused) {
     std::string config;          // appended to the repository's config
   } cases[] = {
       {"work-tree attributes", repo_.root() / ".gitattributes", ""},
+      {"a subfolder's attributes, found once git is quiet", repo_.root() / "sub" / ".gitattributes",
+       ""},
       {"info/attributes", git_dir / "info" / "attributes", ""},
       {"core.attributesFile", "", "[core]\n attributesFile = " + fifo + "\n"},
       {"include.path", "", "[include]\n path = " + fifo + "\n"},

@@ -16,7 +16,12 @@ namespace lomarind::subprocess {
 namespace {
 
 Command shell(const std::string& script, std::string input = "") {
-  return {{"sh", "-c", script}, {"PATH=/usr/bin:/bin", "ONLY=1"}, std::move(input), "/"};
+  Command command;
+  command.argv = {"sh", "-c", script};
+  command.environment = {"PATH=/usr/bin:/bin", "ONLY=1"};
+  command.input = std::move(input);
+  command.working_directory = "/";
+  return command;
 }
 
 TEST(SubprocessTest, DrainsBothOutputsAndFeedsInputWithoutDeadlock) {
@@ -43,6 +48,18 @@ TEST(SubprocessTest, SinkGetsStdoutAndItsExceptionKillsTheChild) {
   // `yes` never stops on its own: run() can only return once it was killed.
   EXPECT_THROW(run(shell("yes"), [](std::string_view) { throw std::runtime_error("enough"); }),
                std::runtime_error);
+}
+
+TEST(SubprocessTest, SilenceCheckRunsOncePerQuietSpellAndMayStopTheChild) {
+  int checks = 0;
+  Command quiet = shell("sleep 0.3; echo; sleep 0.3");
+  quiet.silence_check = std::chrono::milliseconds(100);
+  quiet.on_silence = [&] { ++checks; };
+  EXPECT_EQ(run(quiet).exit_status, 0);
+  EXPECT_EQ(checks, 2);
+  quiet.argv.back() = "sleep 1000";
+  quiet.on_silence = [] { throw std::runtime_error("stuck"); };
+  EXPECT_THROW(run(quiet), std::runtime_error);
 }
 
 TEST(SubprocessTest, ChildDiesWithUs) {
