@@ -13,6 +13,8 @@
 #include <unordered_map>
 #include <utility>
 
+#include "lomarind/storage/sqlite_schema.h"
+
 namespace lomarind::commit_cache {
 namespace {
 
@@ -89,7 +91,7 @@ int pragma(const SQLite::Database& db, const char* name) {
 
 bool is_ours(const SQLite::Database& db) {
   return pragma(db, "application_id") == kApplicationId &&
-         pragma(db, "user_version") == kSchemaVersion;
+         pragma(db, "user_version") == kSchemaVersion && !storage::has_triggers_or_views(db);
 }
 
 // Creates the schema in a new, empty file, or over an older layout of our

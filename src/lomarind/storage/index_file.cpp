@@ -15,6 +15,8 @@
 #include <string>
 #include <system_error>
 
+#include "lomarind/storage/sqlite_schema.h"
+
 namespace lomarind::repository_changes {
 namespace {
 
@@ -122,9 +124,9 @@ void verify_schema(const SQLite::Database& db, const std::filesystem::path& path
     found += tables.getColumn(1).getString();
   }
   if (!table.empty()) found += ") ";
-  if (found != kSchemaColumns) {
+  if (found != kSchemaColumns || storage::has_triggers_or_views(db)) {
     throw IndexError(failure(
-        path, "open", "not a lomarind index (unexpected tables)" + std::string(kForeignAdvice)));
+        path, "open", "not a lomarind index (unexpected schema)" + std::string(kForeignAdvice)));
   }
 }
 

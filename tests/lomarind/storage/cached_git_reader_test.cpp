@@ -237,6 +237,15 @@ TEST_F(CachedGitReaderTest, UnusableCacheGivesTheLogAndIsLeftAlone) {
          std::filesystem::create_symlink(target, cache);
        },
        target},
+      {"a trigger that never ends",
+       [](const auto& cache) {
+         SQLite::Database(cache.string(), SQLite::OPEN_READWRITE)
+             .exec(
+                 "DELETE FROM commits; CREATE TRIGGER t AFTER INSERT ON commits BEGIN "
+                 "SELECT count(*) FROM (WITH RECURSIVE c(x) AS (SELECT 1 UNION ALL SELECT "
+                 "x + 1 FROM c) SELECT x FROM c); END");
+       },
+       {}},
       {"folder is a file",
        [](const auto& cache) {
          std::filesystem::remove_all(cache.parent_path());

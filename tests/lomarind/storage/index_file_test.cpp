@@ -43,10 +43,14 @@ TEST_F(IndexFileTest, RefusesFilesThatAreNotOurIndex) {
   std::filesystem::remove(index_path());
   make_database("CREATE TABLE t (x); PRAGMA user_version = 7;");
   expect_refused("not a lomarind index (user_version 7)");
-  std::filesystem::remove(index_path());
-  IndexWriter(index_path()).commit();
-  make_database("CREATE TABLE accounts (id);");
-  expect_refused("not a lomarind index (unexpected tables)");
+  for (const char* added : {"CREATE TABLE accounts (id)",
+                            "CREATE TRIGGER t AFTER INSERT ON files BEGIN SELECT 1; END"}) {
+    SCOPED_TRACE(added);
+    std::filesystem::remove(index_path());
+    IndexWriter(index_path()).commit();
+    make_database(added);
+    expect_refused("not a lomarind index (unexpected schema)");
+  }
 }
 
 TEST_F(IndexFileTest, RefusesASymlinkAndLeavesItsTargetAlone) {
