@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <chrono>
 #include <fstream>
 #include <optional>
 #include <string_view>
@@ -179,15 +180,19 @@ void refuse_blocking_inputs(const fs::path& repo_root,
   check({work_tree / ".gitattributes", "the attributes file"});
 }
 
-void refuse_blocking_attributes_in_work_tree(const fs::path& repo_root) {
+void refuse_blocking_attributes_in_work_tree(const fs::path& repo_root,
+                                             std::chrono::milliseconds budget) {
   const auto dirs = git_dirs(repo_root);
   if (!dirs) return;
+  const auto deadline = std::chrono::steady_clock::now() + budget;
+  std::size_t seen = 0;
   std::error_code error;
   // Symbolic links are not followed, into folders or, as git does for the
   // work tree's own files, to an attributes file.
   for (fs::recursive_directory_iterator it(dirs->work_tree,
                                            fs::directory_options::skip_permission_denied, error);
        !error && it != fs::recursive_directory_iterator(); it.increment(error)) {
+    if (++seen % 1024 == 0 && std::chrono::steady_clock::now() > deadline) return;
     const fs::path name = it->path().filename();
     if (name == ".git") {
       it.disable_recursion_pending();

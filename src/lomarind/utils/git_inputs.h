@@ -4,6 +4,7 @@
 // such a file is refused before git starts.
 #pragma once
 
+#include <chrono>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -22,7 +23,9 @@ void refuse_blocking_inputs(const std::filesystem::path& repo_root,
 // Throws GitError naming the first .gitattributes in any folder of the work
 // tree of `repo_root` that is no regular file. git reads the one of each
 // folder whose files it diffs; the walk costs too much to run before every
-// command, so it is for a command that has gone quiet.
-void refuse_blocking_attributes_in_work_tree(const std::filesystem::path& repo_root);
+// command, so it is for a command that has gone quiet, and it gives up
+// quietly after `budget` (a work tree may be a whole home folder).
+void refuse_blocking_attributes_in_work_tree(const std::filesystem::path& repo_root,
+                                             std::chrono::milliseconds budget);
 
 }  // namespace lomarind::git_utils

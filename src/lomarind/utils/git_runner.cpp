@@ -115,15 +115,16 @@ std::vector<std::string> GitRunner::environment() const {
 GitResult GitRunner::run(const std::filesystem::path& repo_root,
                          const std::vector<std::string>& args,
                          const subprocess::OutputSink& on_stdout, const std::string& input) const {
-  subprocess::Command command{
-      .argv = command_line(repo_root, args),
-      .environment = environment(),
-      .input = input,
-      .working_directory = {},
-      .inactivity_limit = inactivity_limit_,
-      .stop = nullptr,
-      .silence_check = std::min(kSilenceCheck, inactivity_limit_ / 2),
-      .on_silence = [&repo_root] { refuse_blocking_attributes_in_work_tree(repo_root); }};
+  subprocess::Command command{.argv = command_line(repo_root, args),
+                              .environment = environment(),
+                              .input = input,
+                              .working_directory = {},
+                              .inactivity_limit = inactivity_limit_,
+                              .stop = nullptr,
+                              .silence_check = std::min(kSilenceCheck, inactivity_limit_ / 2),
+                              .on_silence = [&repo_root] {
+                                refuse_blocking_attributes_in_work_tree(repo_root, kSilenceCheck);
+                              }};
   refuse_blocking_inputs(repo_root, command.environment);
   subprocess::Result result;
   try {

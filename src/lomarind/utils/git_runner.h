@@ -29,7 +29,8 @@ inline constexpr std::chrono::seconds kGitInactivityLimit{300};
 
 // A git command silent this long (or half its limit, when that is shorter)
 // may be waiting on a named pipe in a folder of the work tree: the work
-// tree is searched once for one, and git stopped if it is found.
+// tree is searched once for one, for as long again at most, and git
+// stopped if it is found.
 inline constexpr std::chrono::milliseconds kSilenceCheck{2000};
 
 class GitRunner {
