@@ -6,6 +6,7 @@
 #include <pybind11/pybind11.h>
 
 #include <chrono>
+#include <cstdint>
 #include <exception>
 #include <filesystem>
 #include <optional>
@@ -19,6 +20,13 @@
 namespace lomarind::python {
 
 namespace py = pybind11;
+
+// A count or position (limit, offset, total) as Python passes it: an int of
+// any size, or anything with __index__. One beyond 64 bits is clamped to
+// them, which pages as the unbounded value would.
+struct ClampedInt {
+  std::int64_t value = 0;
+};
 
 // The bytes as a str, undecodable bytes as surrogate escapes.
 py::str to_str(std::string_view bytes);
@@ -76,3 +84,30 @@ void raise_as(std::exception_ptr failure, const char* module, const char* name) 
 }
 
 }  // namespace lomarind::python
+
+namespace pybind11::detail {
+
+template <>
+struct type_caster<lomarind::python::ClampedInt> {
+  PYBIND11_TYPE_CASTER(lomarind::python::ClampedInt, const_name("int"));
+
+  bool load(handle source, bool) {
+    const object index = reinterpret_steal<object>(PyNumber_Index(source.ptr()));
+    if (!index) {
+      PyErr_Clear();
+      return false;
+    }
+    int overflow = 0;
+    const long long number = PyLong_AsLongLongAndOverflow(index.ptr(), &overflow);
+    value.value = overflow > 0   ? INT64_MAX
+                  : overflow < 0 ? INT64_MIN
+                                 : static_cast<std::int64_t>(number);
+    return true;
+  }
+
+  static handle cast(lomarind::python::ClampedInt number, return_value_policy, handle) {
+    return PyLong_FromLongLong(number.value);
+  }
+};
+
+}  // namespace pybind11::detail

@@ -18,8 +18,8 @@ namespace {
 // Runs one answer of GitHistory over neighbours bound to `host`.
 template <typename Options>
 py::object answer(Json (git_history::GitHistory::*ask)(const repository_changes::Repository&,
-                                                         const std::filesystem::path&,
-                                                         const Options&) const,
+                                                       const std::filesystem::path&, const Options&)
+                      const,
                   const py::module_& host, const py::object& repository,
                   const py::object& repo_root, const Options& options) {
   HostNeighbours n(host, repo_root, repository.attr("db"));
@@ -33,21 +33,20 @@ py::object answer(Json (git_history::GitHistory::*ask)(const repository_changes:
 
 py::object recent_changes(const py::module_& host, const py::object& repository,
                           const py::object& repo_root, py::handle since, py::handle branch,
-                          bool include_symbols, std::int64_t limit, std::int64_t offset,
+                          bool include_symbols, ClampedInt limit, ClampedInt offset,
                           bool source_only) {
   return answer(&git_history::GitHistory::recent_changes, host, repository, repo_root,
                 git_history::RecentChangesOptions{.since = to_bytes(since, "since"),
                                                   .branch = to_optional_bytes(branch, "branch"),
                                                   .include_symbols = include_symbols,
-                                                  .limit = limit,
-                                                  .offset = offset,
+                                                  .limit = limit.value,
+                                                  .offset = offset.value,
                                                   .source_only = source_only});
 }
 
 py::object hotspots(const py::module_& host, const py::object& repository,
                     const py::object& repo_root, py::handle since, py::handle branch,
-                    py::handle group_by, std::int64_t limit, std::int64_t offset,
-                    bool source_only) {
+                    py::handle group_by, ClampedInt limit, ClampedInt offset, bool source_only) {
   if (group_by.is_none()) {
     // The C++ answer takes a name; an absent one is refused here, as it
     // would be there, before anything runs.
@@ -59,22 +58,22 @@ py::object hotspots(const py::module_& host, const py::object& repository,
                 git_history::HotspotsOptions{.since = to_bytes(since, "since"),
                                              .branch = to_optional_bytes(branch, "branch"),
                                              .group_by = to_bytes(group_by, "group_by"),
-                                             .limit = limit,
-                                             .offset = offset,
+                                             .limit = limit.value,
+                                             .offset = offset.value,
                                              .source_only = source_only});
 }
 
 py::object branch_diff(const py::module_& host, const py::object& repository,
                        const py::object& repo_root, py::handle base_branch, py::handle head_branch,
-                       bool include_symbols, std::int64_t limit, std::int64_t offset,
+                       bool include_symbols, ClampedInt limit, ClampedInt offset,
                        bool source_only) {
   return answer(
       &git_history::GitHistory::branch_diff, host, repository, repo_root,
       git_history::BranchDiffOptions{.base_branch = to_optional_bytes(base_branch, "base_branch"),
                                      .head_branch = to_optional_bytes(head_branch, "head_branch"),
                                      .include_symbols = include_symbols,
-                                     .limit = limit,
-                                     .offset = offset,
+                                     .limit = limit.value,
+                                     .offset = offset.value,
                                      .source_only = source_only});
 }
 

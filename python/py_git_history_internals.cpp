@@ -111,19 +111,21 @@ void attach_symbols(py::handle rows, py::handle symbols) {
   for (const py::handle row : rows) row["symbols"] = json_to_python(attached[i++].at("symbols"));
 }
 
-py::list page(py::handle items, std::int64_t limit, std::int64_t offset) {
+py::list page(py::handle items, ClampedInt limit, ClampedInt offset) {
   const auto all =
       from_list(items, [](py::handle item) { return py::reinterpret_borrow<py::object>(item); });
-  return to_list(detail::page(all, limit, offset), [](const py::object& item) { return item; });
+  return to_list(detail::page(all, limit.value, offset.value),
+                 [](const py::object& item) { return item; });
 }
 
 py::object paginated(const py::module_& host, const py::dict& result, const py::object& key,
-                     const py::object& rows, std::int64_t total, std::int64_t limit,
-                     std::int64_t offset) {
+                     const py::object& rows, ClampedInt total, ClampedInt limit,
+                     ClampedInt offset) {
   HostNeighbours n(host, py::none(), py::none());
   n.pagination.write_into(result, key, rows);
   detail::paginated(json_from_python(result), to_bytes(key, "key"),
-                    from_list(rows, json_from_python), total, limit, offset, n.pagination);
+                    from_list(rows, json_from_python), total.value, limit.value, offset.value,
+                    n.pagination);
   return n.pagination.returned();
 }
 

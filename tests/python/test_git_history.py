@@ -77,3 +77,9 @@ def test_branch_changes_and_rows(repo):
     assert git_history.change_row(changes.files[0]) == {
         "path": "app/util.py", "status": "modified", "additions": 1, "deletions": 0}
     assert git_history.branch_changes(repo.root, "topic", None).note == "Already on base branch"
+
+
+def test_counts_of_any_size_page_as_python_would(repo, index):
+    answer = hotspots(index, repo.root, limit=2**64, offset=-2**64)
+    assert (answer["offset"], answer["truncated"], len(answer["hotspots"])) == (0, False, 4)
+    assert git_history._page([1, 2, 3], 10**30, -10**30) == [1, 2, 3]
