@@ -163,25 +163,24 @@ class Pump {
 
   const std::string& name() const { return command_.argv[0]; }
 
-  // Milliseconds poll may wait: until the inactivity limit runs out, and
-  // short enough to notice a stop request promptly; -1 for neither.
+  // Milliseconds poll may wait: until the inactivity limit runs out or the
+  // silence check is due, and short enough to notice a stop request
+  // promptly; -1 for none of these.
   int poll_timeout() const {
     std::chrono::milliseconds wait{-1};
-    if (command_.inactivity_limit.count() > 0) {
-      wait = std::max(std::chrono::milliseconds(0),
-                      std::chrono::ceil<std::chrono::milliseconds>(
-                          last_output_ + command_.inactivity_limit - Clock::now()));
-    }
-    if (command_.stop != nullptr) {
-      wait = wait.count() < 0 ? kStopCheck : std::min(wait, kStopCheck);
-    }
-    if (silence_check_due()) {
-      const auto until = std::max(std::chrono::milliseconds(0),
-                                  std::chrono::ceil<std::chrono::milliseconds>(
-                                      last_output_ + command_.silence_check - Clock::now()));
-      wait = wait.count() < 0 ? until : std::min(wait, until);
-    }
+    const auto at_most = [&wait](std::chrono::milliseconds other) {
+      wait = wait.count() < 0 ? other : std::min(wait, other);
+    };
+    if (command_.inactivity_limit.count() > 0) at_most(quiet_left(command_.inactivity_limit));
+    if (command_.stop != nullptr) at_most(kStopCheck);
+    if (silence_check_due()) at_most(quiet_left(command_.silence_check));
     return static_cast<int>(wait.count());
+  }
+
+  // How long until the outputs will have been quiet for `span`.
+  std::chrono::milliseconds quiet_left(std::chrono::milliseconds span) const {
+    return std::max(std::chrono::milliseconds(0), std::chrono::ceil<std::chrono::milliseconds>(
+                                                      last_output_ + span - Clock::now()));
   }
 
   bool silence_check_due() const {
