@@ -67,6 +67,14 @@ std::string status_name(char letter) {
   }
 }
 
+// A path is never empty: in a log, an empty record starts a commit, and
+// nothing else may look like one.
+std::string_view path_record(Records& records) {
+  const std::string_view path = records.next();
+  if (path.empty()) malformed("a path is empty");
+  return path;
+}
+
 // ":old_mode new_mode old_sha new_sha STATUS\0path\0" with a second path
 // (the new one) for R and C.
 FileChange read_raw_entry(Records& records) {
@@ -79,10 +87,10 @@ FileChange read_raw_entry(Records& records) {
   char letter = fields[space + 1];
   FileChange change;
   change.status = status_name(letter);
-  std::string_view first = records.next();
+  std::string_view first = path_record(records);
   if (letter == 'R' || letter == 'C') {
     change.old_path = std::string(first);
-    change.path = std::string(records.next());
+    change.path = std::string(path_record(records));
   } else {
     change.path = std::string(first);
   }
@@ -107,8 +115,8 @@ void read_numstat_entry(Records& records, FileChange& change) {
   std::string_view path = fields.substr(tab2 + 1);
   bool matches;
   if (path.empty()) {
-    std::string_view old_path = records.next();
-    path = records.next();
+    std::string_view old_path = path_record(records);
+    path = path_record(records);
     matches = change.old_path.has_value() && *change.old_path == old_path;
   } else {
     matches = !change.old_path.has_value();

@@ -47,6 +47,8 @@ TEST(ParseLogTest, MalformedOutputIsAGitError) {
       {"counts of another path", "A\0a\0"s, "1\t0\tb\0"s},
       {"count not a number", "A\0a\0"s, "1x\t0\ta\0"s},
       {"unknown status", "U\0a\0"s, "1\t0\ta\0"s},
+      {"empty paths, which would pass for the start of a commit", "R100\0\0\0"s,
+       "1\t0\t\0\0\0"s},
       {"not a commit header", "A\0a\0"s, "1\t0\ta\0junk\0"s},
   };
   for (const Case& c : cases) {
