@@ -141,25 +141,6 @@ class HostSourceFilters final : public git_history::SourceFilters {
   const git_history::SourceFilters& own_;
 };
 
-// The hint through host.add_pagination_hint. The object a Python hint
-// returns is kept: it is the answer the host gets.
-class HostPaginationHint final : public git_history::PaginationHint {
- public:
-  HostPaginationHint(py::module_ host, const git_history::PaginationHint& own)
-      : host_(std::move(host)), own_(own) {}
-  Json add_pagination_hint(Json result, std::int64_t count) const override;
-  // A Python hint's record, written into `into` in place before the hint
-  // sees it (the record a caller of _paginated handed in).
-  void write_into(py::dict into, py::object rows_key, py::object rows);
-  const py::object& returned() const { return returned_; }
-
- private:
-  py::module_ host_;
-  const git_history::PaginationHint& own_;
-  py::object into_, rows_key_, rows_;
-  mutable py::object returned_;
-};
-
 // The level number of Python's logging module for `level`.
 int python_level(LogLevel level);
 
@@ -188,12 +169,11 @@ struct HostNeighbours {
   HostGitReader git;
   HostChangeIndex index;
   HostSourceFilters filters;
-  HostPaginationHint pagination;
   Logger logger{std::string(git_history::kLoggerName), sink};
   // The C++ answers want an index handle; the Python one is in `index`.
   repository_changes::IndexDb stand_in;
   repository_changes::Repository repository{stand_in};
-  git_history::GitHistory history{git_history::Neighbours{git, index, filters, pagination, logger}};
+  git_history::GitHistory history{git_history::Neighbours{git, index, filters, logger}};
 };
 
 // An exception translator: a C++ error that stands for a Python exception

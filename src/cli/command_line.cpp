@@ -2,7 +2,6 @@
 
 #include <CLI/CLI.hpp>
 
-#include "cli/answer_text.h"
 #include "cli/display_text.h"
 
 namespace lomarind::cli {

@@ -77,4 +77,6 @@ std::size_t display_width(std::string_view text) {
   return width;
 }
 
+std::string quoted_text(std::string_view text) { return "'" + terminal_text(text) + "'"; }
+
 }  // namespace lomarind::cli

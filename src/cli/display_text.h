@@ -29,6 +29,9 @@ std::string page_text(std::string_view text);
 // git's own included, says where it came from.
 std::string program_lines(std::string_view head, std::string_view message);
 
+// `text` in single quotes, terminal-safe.
+std::string quoted_text(std::string_view text);
+
 // The number of terminal columns `text` takes (wide characters count two,
 // combining marks none). REQUIRES: `text` came from terminal_text.
 std::size_t display_width(std::string_view text);

@@ -12,7 +12,7 @@
 
 #include "cli/command_line.h"
 #include "cli/commands.h"
-#include "lomarind/utils/json.h"
+#include "lomarind/workers/git_history/answers.h"
 
 namespace lomarind::cli {
 
@@ -33,11 +33,11 @@ struct WeekCount {
 struct ReportContent {
   std::string repository;  // the work tree's top level
   bool index_used = false;
-  std::int64_t generated = 0;     // Unix seconds, UTC
-  std::int64_t period_start = 0;  // Unix seconds, UTC
-  Json files;                     // hotspots by file: the kMapFiles busiest
-  Json components;                // hotspots by component
-  Json recent;  // recent changes: the latest kRecentRows, with symbols when indexed
+  std::int64_t generated = 0;                        // Unix seconds, UTC
+  std::int64_t period_start = 0;                     // Unix seconds, UTC
+  git_history::HotspotsAnswer files;                 // by file: the kMapFiles busiest
+  git_history::HotspotsAnswer components;            // by component
+  git_history::RecentChangesAnswer recent;           // the latest kRecentRows, symbols when indexed
   std::map<std::string, std::int64_t> last_changed;  // Unix seconds, UTC, by path
   std::vector<WeekCount> weeks;                      // oldest first
 };
@@ -53,6 +53,10 @@ ReportContent gather_report(const HistorySession& session, const ReportArgs& arg
 // limit cut the period) the chart starts at the oldest commit read.
 std::vector<WeekCount> weekly_commits(const std::vector<std::int64_t>& timestamps,
                                       std::int64_t period_start, std::int64_t now, bool cut);
+
+// The file and component rows of the report's two hotspot answers.
+const std::vector<git_history::FileHotspot>& file_rows(const ReportContent& content);
+const std::vector<git_history::ComponentHotspot>& component_rows(const ReportContent& content);
 
 std::string report_html(const ReportContent& content);
 std::string report_markdown(const ReportContent& content);

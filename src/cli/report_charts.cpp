@@ -11,6 +11,7 @@
 
 #include "cli/display_text.h"
 #include "cli/markup_text.h"
+#include "cli/time_text.h"
 #include "cli/treemap.h"
 
 namespace lomarind::cli {
@@ -30,37 +31,23 @@ constexpr std::array<Stop, 4> kRiskStops = {{{0.0, 0xfe, 0xf3, 0xc7},
                                              {0.7, 0xf9, 0x73, 0x16},
                                              {1.0, 0xb9, 0x1c, 0x1c}}};
 
-std::int64_t integer(const Json& row, const char* key) {
-  const auto it = row.find(key);
-  return it != row.end() && it->is_number_integer() ? it->get<std::int64_t>() : 0;
-}
-
-std::string text(const Json& row, const char* key) {
-  const auto it = row.find(key);
-  return it != row.end() && it->is_string() ? it->get<std::string>() : std::string();
-}
-
 // The region a file is drawn in: as the component answer groups it.
-std::string component_of(const Json& row) {
-  const std::string component = text(row, "component");
-  return component.empty() ? "unknown" : component;
+std::string component_of(const git_history::FileHotspot& row) {
+  return row.component && !row.component->empty() ? *row.component : "unknown";
 }
 
-double lines(const Json& row) {
+double lines(const git_history::FileHotspot& row) {
   // A file changed without line counts (binary, a pure rename) still shows.
-  return static_cast<double>(
-      std::max<std::int64_t>(1, integer(row, "additions") + integer(row, "deletions")));
+  return static_cast<double>(std::max<std::int64_t>(1, row.additions + row.deletions));
 }
 
 // The path on the first line (a line break in it is shown escaped), the
 // numbers below it.
-std::string file_title(const Json& row, const ReportContent& content) {
-  const std::string name = text(row, "name");
-  const auto last = content.last_changed.find(name);
-  const std::int64_t commits = integer(row, "commits");
-  return fmt::format("{}\n{} commit{}, +{} -{} lines, risk {:.2f}\nlast change {}", html_text(name),
-                     commits, commits == 1 ? "" : "s", integer(row, "additions"),
-                     integer(row, "deletions"), row.value("risk_score", 0.0),
+std::string file_title(const git_history::FileHotspot& row, const ReportContent& content) {
+  const auto last = content.last_changed.find(row.name);
+  return fmt::format("{}\n{} commit{}, +{} -{} lines, risk {:.2f}\nlast change {}",
+                     html_text(row.name), row.commits, row.commits == 1 ? "" : "s", row.additions,
+                     row.deletions, row.risk_score,
                      last == content.last_changed.end() ? "-" : date_text(last->second));
 }
 
@@ -70,23 +57,21 @@ std::string rect_svg(const Rect& r, std::string_view attributes) {
 }
 
 // The file boxes of one region, labelled with the file's own name where it fits.
-std::string files_svg(const std::vector<const Json*>& files, Rect area,
+std::string files_svg(const std::vector<const git_history::FileHotspot*>& files, Rect area,
                       const ReportContent& content) {
   std::vector<double> weights;
-  for (const Json* row : files) weights.push_back(lines(*row));
+  for (const git_history::FileHotspot* row : files) weights.push_back(lines(*row));
   const std::vector<Rect> boxes = squarify(weights, area);
   std::string out;
   for (std::size_t i = 0; i < files.size(); ++i) {
-    const Json& row = *files[i];
+    const git_history::FileHotspot& row = *files[i];
     const Rect box = inset(boxes[i], 0.5);
-    out += fmt::format(
-        "<g class=\"file\"><title>{}</title>{}", file_title(row, content),
-        rect_svg(box, fmt::format("fill=\"{}\"", risk_colour(row.value("risk_score", 0.0)))));
-    const std::string name = text(row, "name");
-    const std::string base = page_text(name.substr(name.rfind('/') + 1));
+    out += fmt::format("<g class=\"file\"><title>{}</title>{}", file_title(row, content),
+                       rect_svg(box, fmt::format("fill=\"{}\"", risk_colour(row.risk_score))));
+    const std::string base = page_text(row.name.substr(row.name.rfind('/') + 1));
     if (box.height >= 16 && display_width(base) * 7.0 + 8 <= box.width) {
       // Dark boxes get light text.
-      const char* label = row.value("risk_score", 0.0) >= 0.6 ? "file-label light" : "file-label";
+      const char* label = row.risk_score >= 0.6 ? "file-label light" : "file-label";
       out += fmt::format(R"(<text x="{:.1f}" y="{:.1f}" class="{}">{}</text>)", box.x + 4,
                          box.y + 12, label, html_text(base));
     }
@@ -97,11 +82,10 @@ std::string files_svg(const std::vector<const Json*>& files, Rect area,
 
 // One component: its box, its name where it fits, and its files inside.
 std::string region_svg(std::size_t index, const std::string& component,
-                       const std::vector<const Json*>& members, Rect region,
+                       const std::vector<const git_history::FileHotspot*>& members, Rect region,
                        const ReportContent& content) {
   std::int64_t changed = 0;
-  for (const Json* row : members)
-    changed += integer(*row, "additions") + integer(*row, "deletions");
+  for (const git_history::FileHotspot* row : members) changed += row->additions + row->deletions;
   const std::string name = html_text(component);
   std::string out = fmt::format(
       "<g class=\"region\"><title>{}: {} file{}, {} lines changed</title>{}", name, members.size(),
@@ -131,19 +115,11 @@ std::string risk_colour(double risk) {
   return fmt::format("#{:02x}{:02x}{:02x}", mix(a.r, b.r), mix(a.g, b.g), mix(a.b, b.b));
 }
 
-std::string date_text(std::int64_t time) {
-  const std::chrono::sys_days day =
-      std::chrono::floor<std::chrono::days>(std::chrono::sys_seconds(std::chrono::seconds(time)));
-  const std::chrono::year_month_day ymd(day);
-  return fmt::format("{:04}-{:02}-{:02}", static_cast<int>(ymd.year()),
-                     static_cast<unsigned>(ymd.month()), static_cast<unsigned>(ymd.day()));
-}
-
 std::string hotspot_map_svg(const ReportContent& content) {
   // Regions in the order the files first name them, the busiest file first.
   std::vector<std::string> names;
-  std::map<std::string, std::vector<const Json*>> files;
-  for (const Json& row : content.files.at("hotspots")) {
+  std::map<std::string, std::vector<const git_history::FileHotspot*>> files;
+  for (const git_history::FileHotspot& row : file_rows(content)) {
     auto [it, added] = files.try_emplace(component_of(row));
     if (added) names.push_back(it->first);
     it->second.push_back(&row);
@@ -151,7 +127,7 @@ std::string hotspot_map_svg(const ReportContent& content) {
   std::vector<double> weights;
   for (const std::string& name : names) {
     double sum = 0;
-    for (const Json* row : files[name]) sum += lines(*row);
+    for (const git_history::FileHotspot* row : files[name]) sum += lines(*row);
     weights.push_back(sum);
   }
   const std::vector<Rect> regions = squarify(weights, {0, 0, kMapWidth, kMapHeight});

@@ -4,7 +4,6 @@
 #include <system_error>
 #include <vector>
 
-#include "cli/answer_text.h"
 #include "cli/display_text.h"
 #include "lomarind/storage/indexer.h"
 

@@ -13,7 +13,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "cli/answer_text.h"
+#include "cli/display_text.h"
 
 namespace lomarind::cli {
 

@@ -202,7 +202,7 @@ TEST_F(LomarindProgramTest, CommitsPastYear9999AreDatedNotRefused) {
   EXPECT_EQ(recent["files"][0]["last_changed"], "+11476-08-15T05:20:00+00:00");
   const CommandResult table = lomarind({"recent", "--since", "2023-01-01"});
   EXPECT_EQ(table.status, 0) << table.err;
-  EXPECT_NE(table.out.find("+11476-08-15T05:20:00+00:00"), std::string::npos) << table.out;
+  EXPECT_NE(table.out.find("+11476-08-15 05:20"), std::string::npos) << table.out;
 }
 
 // Ctrl-C reaches the terminal's whole foreground process group; here the

@@ -192,15 +192,16 @@ def test_markdown_tables_read_back_as_the_json_answers(repo, tmp_path):
     recent = answer(repo, "recent", "--since", SINCE, "--limit", "30", "--symbols")["files"]
 
     assert tables["File hotspots"] == [
-        [shown(r["name"]), str(r["commits"]), str(r["additions"]), str(r["deletions"]),
+        [shown(r["name"]), str(r["commits"]), f"+{r['additions']}", f"-{r['deletions']}",
          r.get("component") or "", f"{r['risk_score']:.2f}"] for r in files]
     assert tables["Component hotspots"] == [
-        [r["name"], str(r["commits"]), str(r["additions"]), str(r["deletions"]), str(r["files"]),
-         f"{r['risk_score']:.2f}"] for r in components]
-    assert tables["Recent changes"] == [
-        [shown(r["path"]), r["status"], r.get("old_path", ""), str(r["commits"]),
-         str(r["additions"]), str(r["deletions"]), r["last_changed"],
-         "; ".join(f"{s['kind']} {s['name']} ({s['line']}-{s['end_line']})"
+        [r["name"], str(r["commits"]), f"+{r['additions']}", f"-{r['deletions']}",
+         str(r["files"]), f"{r['risk_score']:.2f}"] for r in components]
+    assert tables["Recent changes (UTC)"] == [
+        [shown(r["path"]) + (f" (from {shown(r['old_path'])})" if "old_path" in r else ""),
+         r["status"], str(r["commits"]), f"+{r['additions']}", f"-{r['deletions']}",
+         r["last_changed"][:10] + " " + r["last_changed"][11:16],
+         "; ".join(f"{s['kind']} {s['name']} (lines {s['line']}-{s['end_line']})"
                    for s in r["symbols"])] for r in recent]
     assert any(r["symbols"] for r in recent) and any("old_path" in r for r in recent)
     assert sum(int(count) for _, count in tables["Commits per week"]) == 5

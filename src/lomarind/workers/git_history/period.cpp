@@ -129,15 +129,4 @@ std::string utc_timestamp(std::int64_t seconds) {
                      second_of_day / 3600, second_of_day / 60 % 60, second_of_day % 60);
 }
 
-Json period_fields(const std::string& since, const std::string& branch,
-                   std::span<const git_utils::CommitChanges> commits) {
-  Json fields = Json::object();
-  fields["since"] = since;
-  fields["branch"] = branch;
-  fields["commit_count"] = static_cast<std::int64_t>(commits.size());
-  if (commits.size() >= static_cast<std::size_t>(MAX_COMMITS))
-    fields["commit_limit_reached"] = true;
-  return fields;
-}
-
 }  // namespace lomarind::git_history::detail

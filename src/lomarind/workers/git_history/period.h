@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "lomarind/utils/git_utils.h"
-#include "lomarind/utils/json.h"
+#include "lomarind/workers/git_history/answers.h"
 #include "lomarind/workers/git_history/records.h"
 
 namespace lomarind::git_history::detail {
@@ -27,11 +27,10 @@ std::vector<PathHistory> histories(std::span<const git_utils::CommitChanges> com
 std::string utc_timestamp(std::int64_t seconds);
 
 // The change row of history.as_change(), then commits and last_changed.
-Json history_row(const PathHistory& history);
+HistoryRow history_row(const PathHistory& history);
 
-// since, branch, commit_count, and commit_limit_reached (true) only when
-// the log reached MAX_COMMITS.
-Json period_fields(const std::string& since, const std::string& branch,
-                   std::span<const git_utils::CommitChanges> commits);
+// The period's fields; commit_limit_reached when the log reached MAX_COMMITS.
+PeriodFields period_fields(const std::string& since, const std::string& branch,
+                           std::span<const git_utils::CommitChanges> commits);
 
 }  // namespace lomarind::git_history::detail

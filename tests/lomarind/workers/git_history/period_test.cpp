@@ -82,12 +82,13 @@ TEST(HistoryRowTest, AnyInstantIsAnIsoDateTime) {
 
 TEST(PeriodFieldsTest, FlagsTheCommitLimitOnlyWhenReached) {
   std::vector<CommitChanges> log(MAX_COMMITS - 1);
-  EXPECT_EQ(period_fields("2 weeks", "main", log).dump(),
-            R"({"since":"2 weeks","branch":"main","commit_count":4999})");
+  EXPECT_EQ(period_fields("2 weeks", "main", log),
+            (PeriodFields{.since = "2 weeks", .branch = "main", .commit_count = 4999}));
   log.emplace_back();
-  EXPECT_EQ(
-      period_fields("2 weeks", "main", log).dump(),
-      R"({"since":"2 weeks","branch":"main","commit_count":5000,"commit_limit_reached":true})");
+  EXPECT_EQ(period_fields("2 weeks", "main", log), (PeriodFields{.since = "2 weeks",
+                                                                 .branch = "main",
+                                                                 .commit_count = 5000,
+                                                                 .commit_limit_reached = true}));
 }
 
 }  // namespace
