@@ -8,43 +8,21 @@
 
 namespace lomarind::cli {
 
-namespace {
+using quoting::BadByte;
 
-// How a byte that is not UTF-8 is shown: \xhh on a terminal, and on a page
-// as the JSON answer shows it, \udcXX, so that a name reads the same in both.
-enum class BadByte { kHex, kSurrogate };
-
-std::string escape(std::string_view text, bool keep_line_breaks, BadByte bad_byte) {
-  std::string out;
-  out.reserve(text.size());
-  std::size_t pos = 0;
-  while (pos < text.size()) {
-    const auto cp = utf8::decode_utf8(text, pos);
-    if (!cp) {
-      const auto byte = static_cast<unsigned char>(text[pos]);
-      out += bad_byte == BadByte::kHex ? fmt::format("\\x{:02x}", byte)
-                                       : fmt::format("\\udc{:02x}", byte);
-      ++pos;
-      continue;
-    }
-    const bool kept = keep_line_breaks && (cp->value == U'\n' || cp->value == U'\t');
-    if (kept || quoting::is_printable(cp->value)) {
-      out.append(text.substr(pos, cp->length));
-    } else {
-      quoting::append_escaped(out, cp->value);
-    }
-    pos += cp->length;
-  }
-  return out;
+std::string terminal_text(std::string_view text) {
+  return quoting::escaped_text(text, {.bad_byte = BadByte::kHex});
 }
 
-}  // namespace
+std::string terminal_message(std::string_view text) {
+  return quoting::escaped_text(text, {.keep_line_breaks = true, .bad_byte = BadByte::kHex});
+}
 
-std::string terminal_text(std::string_view text) { return escape(text, false, BadByte::kHex); }
-
-std::string terminal_message(std::string_view text) { return escape(text, true, BadByte::kHex); }
-
-std::string page_text(std::string_view text) { return escape(text, false, BadByte::kSurrogate); }
+// A byte that is not UTF-8 reads on a page as in the JSON answer, so that a
+// name reads the same in both.
+std::string page_text(std::string_view text) {
+  return quoting::escaped_text(text, {.bad_byte = BadByte::kSurrogate});
+}
 
 std::string program_lines(std::string_view head, std::string_view message) {
   std::string out;

@@ -2,7 +2,7 @@
 
 #include <fmt/format.h>
 
-#include "lomarind/workers/git_history/period.h"
+#include "lomarind/utils/civil_time.h"
 
 namespace lomarind::cli {
 
@@ -15,12 +15,12 @@ std::string ago(std::int64_t count, std::string_view unit) {
 }  // namespace
 
 std::string date_text(std::int64_t time) {
-  const std::string stamp = git_history::detail::utc_timestamp(time);
+  const std::string stamp = civil_time::utc_timestamp(time);
   return stamp.substr(0, stamp.find('T', 1));
 }
 
 std::string date_minute_text(std::int64_t time) {
-  const std::string stamp = git_history::detail::utc_timestamp(time);
+  const std::string stamp = civil_time::utc_timestamp(time);
   const std::size_t t = stamp.find('T', 1);
   return stamp.substr(0, t) + " " + stamp.substr(t + 1, 5);
 }

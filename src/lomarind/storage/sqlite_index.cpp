@@ -4,11 +4,11 @@
 #include <SQLiteCpp/Statement.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <mutex>
 #include <unordered_map>
 
 #include "lomarind/storage/index_file.h"
+#include "lomarind/utils/json_text.h"
 
 namespace lomarind::repository_changes {
 namespace {
@@ -18,21 +18,7 @@ namespace {
 // are copied as they are: SQLite's JSON reader passes them through, which
 // keeps paths that are not UTF-8 intact.
 void append_json_string(std::string& out, std::string_view text) {
-  out += '"';
-  for (const char c : text) {
-    const auto byte = static_cast<unsigned char>(c);
-    if (c == '"' || c == '\\') {
-      out += '\\';
-      out += c;
-    } else if (byte < 0x20) {
-      char escaped[8];
-      std::snprintf(escaped, sizeof escaped, "\\u%04x", byte);
-      out += escaped;
-    } else {
-      out += c;
-    }
-  }
-  out += '"';
+  json_text::append_string(out, text, json_text::NonUtf8::kKeep);
 }
 
 template <typename Range, typename Append>

@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "lomarind/workers/git_history/period.h"
+#include "lomarind/utils/civil_time.h"
 
 namespace lomarind::git_history {
 namespace {
@@ -68,7 +68,7 @@ Json to_json(const DiffRow& row) {
 Json to_json(const HistoryRow& row) {
   Json object = to_json(row.change);
   object["commits"] = row.commits;
-  object["last_changed"] = detail::utc_timestamp(row.last_changed);
+  object["last_changed"] = civil_time::utc_timestamp(row.last_changed);
   add_symbols(object, row);
   return object;
 }

@@ -20,12 +20,6 @@ namespace lomarind::git_history::detail {
 // One pass, a constant number of hash look-ups per changed file.
 std::vector<PathHistory> histories(std::span<const git_utils::CommitChanges> commits);
 
-// Any instant as an ISO 8601 date-time in UTC, YYYY-MM-DDTHH:MM:SS+00:00,
-// on the proleptic Gregorian calendar. A year outside 0 to 9999 is written
-// with its sign and as many digits as it needs ("+11476-...", "-0001-..."
-// for 2 BC). Never throws.
-std::string utc_timestamp(std::int64_t seconds);
-
 // The change row of history.as_change(), then commits and last_changed.
 HistoryRow history_row(const PathHistory& history);
 
