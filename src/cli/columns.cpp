@@ -14,11 +14,12 @@ CellValue name(const std::string& text, const std::optional<std::string>& old_na
 CellValue count(std::int64_t value) {
   return {.kind = CellKind::kCount, .text = std::to_string(value)};
 }
+// A zero is shown bare: "+0" and "-0" read as signed zeros.
 CellValue added(std::int64_t value) {
-  return {.kind = CellKind::kAdded, .text = fmt::format("+{}", value)};
+  return {.kind = CellKind::kAdded, .text = value == 0 ? "0" : fmt::format("+{}", value)};
 }
 CellValue deleted(std::int64_t value) {
-  return {.kind = CellKind::kDeleted, .text = fmt::format("-{}", value)};
+  return {.kind = CellKind::kDeleted, .text = value == 0 ? "0" : fmt::format("-{}", value)};
 }
 CellValue risk(double value) {
   return {.kind = CellKind::kRisk, .text = fmt::format("{:.2f}", value), .risk = value};

@@ -46,7 +46,7 @@ struct Parser {
   IndexArgs index;
   ReportArgs report;
   OptionalString index_file, recent_branch, hotspots_branch, diff_base, diff_head;
-  OptionalString report_branch, report_output;
+  OptionalString report_branch, report_output, report_format;
   CLI::App* recent_command = nullptr;
   CLI::App* hotspots_command = nullptr;
   CLI::App* diff_command = nullptr;
@@ -129,10 +129,10 @@ void Parser::add_report() {
       "--source-only", report.source_only,
       "Keep production source only: no tests, documents, data or build output");
   report_output.add(*report_command, "--output",
-                    "The file to write (default: lomarind-report.html, or .md)");
-  report_command->add_option("--format", report.format, "html or markdown")
-      ->check(CLI::IsMember({"html", "markdown"}))
-      ->capture_default_str();
+                    "The file to write, - for stdout (default: lomarind-report.html, or .md)");
+  report_format.add(*report_command, "--format",
+                    "html or markdown (default: as --output is named, else html)");
+  report_format.option->check(CLI::IsMember({"html", "markdown"}));
 }
 
 CommandLine Parser::result() const {
@@ -155,6 +155,7 @@ CommandLine Parser::result() const {
     ReportArgs args = report;
     args.branch = report_branch.value();
     args.output = report_output.value();
+    args.format = report_format.value();
     line.command = args;
   }
   return line;

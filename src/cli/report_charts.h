@@ -17,6 +17,10 @@ std::string risk_colour(double risk);
 // changed and its colour by risk score, with a hover title.
 std::string hotspot_map_svg(const ReportContent& content);
 
+// The hottest files in rank order: the numbers on map boxes too small for
+// a name.
+std::string hottest_key_html(const ReportContent& content);
+
 // The legend that explains the map's colours and areas.
 std::string hotspot_legend_html();
 

@@ -70,6 +70,8 @@ td.risk{width:210px;white-space:nowrap}
 ul.symbols{margin:4px 0 0;padding-left:16px;color:#475467;font-size:12px}
 .empty{color:var(--muted);font-style:italic}
 footer{color:var(--muted);font-size:12px;text-align:center}
+ol.hottest{margin:10px 0 0;padding-left:22px;columns:2;font-size:12px;font-family:ui-monospace,SFMono-Regular,Menlo,monospace;word-break:break-all}
+ol.hottest span{color:var(--muted);font-family:system-ui,sans-serif}
 )";
 
 std::string fact(std::string_view label, const std::string& value, bool warn = false) {
@@ -176,7 +178,10 @@ std::string file_table(const ReportContent& content) {
 }
 
 std::string component_table(const ReportContent& content) {
-  return "<section id=\"components\"><h2>Component hotspots</h2>" +
+  return "<section id=\"components\"><h2>Component hotspots</h2><p class=\"note\">A "
+         "component's commits add up its files' commits, so a commit that changed three of its "
+         "files counts three times, and it can exceed the commits read; risk is a component's "
+         "commits against the busiest component's.</p>" +
          html_table(make_grid(component_hotspot_columns(), std::span(component_rows(content))),
                     "component", "No components.") +
          "</section>";
@@ -206,9 +211,10 @@ std::string map_section(const ReportContent& content) {
                                 : "";
   return fmt::format(
       "<section id=\"map\"><h2>Hotspot map</h2><p class=\"note\">Each region is a component "
-      "and each box a file in it, sized by the lines the period changed and coloured by risk. "
-      "Hover over a file for its numbers.{}</p>{}{}</section>",
-      scope, hotspot_map_svg(content), hotspot_legend_html());
+      "and each box a file in it, sized by the lines the period changed and coloured by risk: "
+      "its commits against the busiest file's. The hottest files are numbered where their "
+      "name does not fit. Hover over a box for its numbers.{}</p>{}{}{}</section>",
+      scope, hotspot_map_svg(content), hotspot_legend_html(), hottest_key_html(content));
 }
 
 }  // namespace

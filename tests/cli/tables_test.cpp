@@ -45,7 +45,7 @@ TEST(TablesTest, RecentShowsAgesRenamesSymbolsFutureDatesAndTheNextPage) {
             "FILE                      STATUS   COMMITS  ADDED  DELETED  LAST CHANGE\n"
             "src/old.cc -> src/new.cc  renamed        2     +4       -1  3 days ago\n"
             "    function run (lines 3-9)\n"
-            "evil\\x1b[2J.txt           added          1    +10       -0  2025-05-10 00:00\n"
+            "evil\\x1b[2J.txt           added          1    +10        0  2025-05-10 00:00\n"
             "Showing files 1-2 of 5; pass --offset 2 for the next page.\n");
 }
 
@@ -72,7 +72,7 @@ TEST(TablesTest, HotspotsShowComponentsFilesCountAndRisk) {
             "component; 1 file is not production source\n"
             "COMPONENT  COMMITS  ADDED  DELETED  FILES  RISK\n"
             "src/app          8    +30       -2      3  1.00\n"
-            "unknown          1     +1       -0      1  0.12\n"
+            "unknown          1     +1        0      1  0.12\n"
             "Showing rows 1-2 of 2.\n");
 }
 
