@@ -61,8 +61,17 @@ const std::vector<git_history::ComponentHotspot>& component_rows(const ReportCon
 std::string report_html(const ReportContent& content);
 std::string report_markdown(const ReportContent& content);
 
-// Writes the report that `args` asks for and prints the path it wrote.
-int run_report(const HistorySession& session, const ReportArgs& args, bool index_used,
-               const Terminal& terminal);
+enum class ReportFormat { kHtml, kMarkdown };
+
+// The format asked for, else the one the output's name says (.md or
+// .markdown, .html or .htm), else HTML. Throws std::runtime_error for an
+// output named as the other format than the one asked for: it is refused
+// before anything is read, rather than written in the wrong format.
+ReportFormat report_format(const ReportArgs& args);
+
+// Writes the report that `args` asks for and prints the path it wrote, or
+// writes the report itself to stdout for the output "-".
+int run_report(const HistorySession& session, const ReportArgs& args, ReportFormat format,
+               bool index_used, const Terminal& terminal);
 
 }  // namespace lomarind::cli

@@ -10,36 +10,34 @@ namespace lomarind::cli {
 
 namespace {
 
-enum class Format { kHtml, kMarkdown };
-
-std::optional<Format> format_of_name(const std::filesystem::path& output) {
+std::optional<ReportFormat> format_of_name(const std::filesystem::path& output) {
   const std::string extension = output.extension().string();
-  if (extension == ".md" || extension == ".markdown") return Format::kMarkdown;
-  if (extension == ".html" || extension == ".htm") return Format::kHtml;
+  if (extension == ".md" || extension == ".markdown") return ReportFormat::kMarkdown;
+  if (extension == ".html" || extension == ".htm") return ReportFormat::kHtml;
   return std::nullopt;
-}
-
-// The format asked for, else the one the output's name says; a name that
-// says the other format is refused rather than written in the wrong one.
-Format report_format(const ReportArgs& args) {
-  const std::optional<Format> named =
-      args.output && *args.output != "-" ? format_of_name(*args.output) : std::nullopt;
-  if (!args.format) return named.value_or(Format::kHtml);
-  const Format asked = *args.format == "markdown" ? Format::kMarkdown : Format::kHtml;
-  if (named && *named != asked) {
-    throw std::runtime_error("--output " + quoted_text(*args.output) + " is named as " +
-                             (*named == Format::kHtml ? "an HTML page" : "a Markdown file") +
-                             " but --format is " + *args.format + "; name the file ." +
-                             (asked == Format::kHtml ? "html" : "md") + " or leave --format out");
-  }
-  return asked;
 }
 
 }  // namespace
 
-int run_report(const HistorySession& session, const ReportArgs& args, bool index_used,
-               const Terminal& terminal) {
-  const bool html = report_format(args) == Format::kHtml;
+ReportFormat report_format(const ReportArgs& args) {
+  const std::optional<ReportFormat> named =
+      args.output && *args.output != "-" ? format_of_name(*args.output) : std::nullopt;
+  if (!args.format) return named.value_or(ReportFormat::kHtml);
+  const ReportFormat asked =
+      *args.format == "markdown" ? ReportFormat::kMarkdown : ReportFormat::kHtml;
+  if (named && *named != asked) {
+    throw std::runtime_error("--output " + quoted_text(*args.output) + " is named as " +
+                             (*named == ReportFormat::kHtml ? "an HTML page" : "a Markdown file") +
+                             " but --format is " + *args.format + "; name the file ." +
+                             (asked == ReportFormat::kHtml ? "html" : "md") +
+                             " or leave --format out");
+  }
+  return asked;
+}
+
+int run_report(const HistorySession& session, const ReportArgs& args, ReportFormat format,
+               bool index_used, const Terminal& terminal) {
+  const bool html = format == ReportFormat::kHtml;
   const std::filesystem::path output =
       args.output.value_or(html ? "lomarind-report.html" : "lomarind-report.md");
   if (output.empty()) throw std::runtime_error("--output is empty; pass the file to write");

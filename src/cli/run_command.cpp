@@ -30,11 +30,12 @@ int run_history(const CommandLine& line, const Args& args, const Terminal& termi
 
 int run_report_command(const CommandLine& line, const ReportArgs& args, const Terminal& terminal,
                        const LogSink& sink) {
+  const ReportFormat format = report_format(args);
   const RepositoryLocation location = locate_repository(git_utils::GitRunner(), line.global);
   repository_changes::IndexDb db = open_query_index(location, terminal.err);
   const bool index_used = !db.empty();
   HistorySession session(location.root, std::move(db), session_options(line, terminal), sink);
-  return run_report(session, args, index_used, terminal);
+  return run_report(session, args, format, index_used, terminal);
 }
 
 // The text of the failure `failure` and of each cause it was raised from,

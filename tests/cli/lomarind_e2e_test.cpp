@@ -208,6 +208,25 @@ TEST_F(LomarindProgramTest, CommitsPastYear9999AreDatedNotRefused) {
 // Ctrl-C reaches the terminal's whole foreground process group; here the
 // program leads one, and its ctags (a stand-in that never answers) must be
 // left alone by the signal and then stopped by the program.
+TEST_F(LomarindProgramTest, ReportFormatFollowsTheOutputAndDashIsStdout) {
+  const CommandResult to_stdout = lomarind({"report", "--since", "2023-01-01", "--output", "-"});
+  EXPECT_EQ(to_stdout.status, 0) << to_stdout.err;
+  EXPECT_TRUE(to_stdout.out.starts_with("<!DOCTYPE html>"));
+  EXPECT_FALSE(std::filesystem::exists(repo_.root() / "-"));
+
+  const CommandResult wiki = lomarind({"report", "--since", "2023-01-01", "--output", "wiki.md"});
+  EXPECT_EQ(wiki.status, 0) << wiki.err;
+  EXPECT_EQ(lomarind::testing::read_file(repo_.root() / "wiki.md").rfind("# Hotspots of ", 0), 0u);
+
+  const CommandResult mismatch = lomarind(
+      {"report", "--since", "2023-01-01", "--format", "markdown", "--output", "page.html"});
+  EXPECT_EQ(mismatch.status, 1);
+  EXPECT_EQ(mismatch.err,
+            "lomarind: --output 'page.html' is named as an HTML page but --format is markdown; "
+            "name the file .md or leave --format out\n");
+  EXPECT_FALSE(std::filesystem::exists(repo_.root() / "page.html"));
+}
+
 TEST_F(LomarindProgramTest, CtrlCWhileIndexingSaysInterruptedAndLeavesNothingRunning) {
   TempDir tools;
   const std::filesystem::path pid_file = tools.path() / "ctags.pid";
