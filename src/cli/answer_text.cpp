@@ -51,9 +51,13 @@ Cell terminal_cell(const CellValue& value, const RenderOptions& options) {
 // The period's summary: branch, since, commits, the limit and what was
 // left out.
 std::string period_summary(const gh::PeriodFields& period) {
-  std::string line = fmt::format("{} since {}: {}", terminal_text(period.branch),
-                                 quoted_text(period.since), counted(period.commit_count, "commit"));
-  if (period.commit_limit_reached) line += " (the commit limit; older commits are left out)";
+  std::string line =
+      fmt::format("{} since {} ({}): {}", terminal_text(period.branch), quoted_text(period.since),
+                  date_text(period.start), counted(period.commit_count, "commit"));
+  if (period.commit_limit_reached) {
+    line += fmt::format(" (the commit limit: commits before {} are left out)",
+                        date_text(period.oldest));
+  }
   return line;
 }
 
@@ -87,7 +91,7 @@ std::string terminal_table(const Grid& grid, const RenderOptions& options) {
     for (const std::string& detail : line.details) details.push_back(terminal_text(detail));
     table.add_row(std::move(cells), std::move(details));
   }
-  return table.render(options.colour);
+  return table.render(options.colour, options.width);
 }
 
 std::string page_footer(const gh::PageFields& page, std::size_t shown, std::string_view noun) {

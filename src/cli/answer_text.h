@@ -17,6 +17,7 @@ namespace lomarind::cli {
 struct RenderOptions {
   bool colour = false;
   std::chrono::sys_seconds now{};
+  std::size_t width = 0;  // a terminal's columns to fit; 0 (piped) never cuts
 };
 
 // The rows as an aligned table with a header, or "" when there are none.

@@ -3,6 +3,8 @@
 #include <fmt/format.h>
 #include <utf8proc.h>
 
+#include <vector>
+
 #include "lomarind/utils/quoting.h"
 #include "lomarind/utils/utf8.h"
 
@@ -56,5 +58,27 @@ std::size_t display_width(std::string_view text) {
 }
 
 std::string quoted_text(std::string_view text) { return "'" + terminal_text(text) + "'"; }
+
+std::string shortened_middle(std::string_view text, std::size_t width) {
+  if (display_width(text) <= width) return std::string(text);
+  std::vector<std::size_t> starts;  // where each character begins
+  for (std::size_t pos = 0; pos < text.size();) {
+    starts.push_back(pos);
+    const auto cp = utf8::decode_utf8(text, pos);
+    pos += cp ? cp->length : 1;
+  }
+  starts.push_back(text.size());
+  // The longest start in half the room, then the longest end in the rest.
+  std::size_t head = 0;
+  while (head + 1 < starts.size() &&
+         display_width(text.substr(0, starts[head + 1])) <= (width - 1) / 2) {
+    ++head;
+  }
+  const std::string_view start = text.substr(0, starts[head]);
+  const std::size_t room = width - 1 - display_width(start);
+  std::size_t tail = starts.size() - 1;
+  while (tail > head && display_width(text.substr(starts[tail - 1])) <= room) --tail;
+  return std::string(start) + "\u2026" + std::string(text.substr(starts[tail]));
+}
 
 }  // namespace lomarind::cli

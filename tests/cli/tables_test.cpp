@@ -22,7 +22,10 @@ gh::PageFields page(std::int64_t total, std::int64_t offset, std::int64_t shown)
 
 TEST(TablesTest, RecentShowsAgesRenamesSymbolsFutureDatesAndTheNextPage) {
   gh::RecentChangesAnswer answer{
-      .period = {.since = "2 weeks", .branch = "main", .commit_count = 1},
+      .period = {.since = "2 weeks",
+                 .branch = "main",
+                 .commit_count = 1,
+                 .start = kMay10 - 14 * 86400},
       .files = {{.change = {.path = "src/new.cc",
                             .status = "renamed",
                             .old_path = "src/old.cc",
@@ -41,7 +44,7 @@ TEST(TablesTest, RecentShowsAgesRenamesSymbolsFutureDatesAndTheNextPage) {
   };
   answer.page = page(5, 0, 2);
   EXPECT_EQ(recent_table(answer, kPlain),
-            "main since '2 weeks': 1 commit\n"
+            "main since '2 weeks' (2024-04-26): 1 commit\n"
             "FILE                      STATUS   COMMITS  ADDED  DELETED  LAST CHANGE\n"
             "src/old.cc -> src/new.cc  renamed        2     +4       -1  3 days ago\n"
             "    function run (lines 3-9)\n"
@@ -54,7 +57,9 @@ TEST(TablesTest, HotspotsShowComponentsFilesCountAndRisk) {
       .period = {.since = "1 year",
                  .branch = "main",
                  .commit_count = 9,
-                 .commit_limit_reached = true},
+                 .commit_limit_reached = true,
+                 .start = kMay10 - 366 * 86400,
+                 .oldest = kMay10 - 30 * 86400},
       .group_by = "component",
       .excluded_files = 1,
       .hotspots =
@@ -68,12 +73,29 @@ TEST(TablesTest, HotspotsShowComponentsFilesCountAndRisk) {
               {.name = "unknown", .commits = 1, .additions = 1, .files = 1, .risk_score = 0.12}},
       .page = page(2, 0, 2)};
   EXPECT_EQ(hotspots_table(answer, kPlain),
-            "main since '1 year': 9 commits (the commit limit; older commits are left out), by "
-            "component; 1 file is not production source\n"
+            "main since '1 year' (2023-05-10): 9 commits (the commit limit: commits before "
+            "2024-04-10 are left out), by component; 1 file is not production source\n"
             "COMPONENT  COMMITS  ADDED  DELETED  FILES  RISK\n"
             "src/app          8    +30       -2      3  1.00\n"
             "unknown          1     +1        0      1  0.12\n"
             "Showing rows 1-2 of 2.\n");
+}
+
+TEST(TablesTest, OnANarrowTerminalPathsAreShortenedInTheMiddleAndPipedOutputIsWhole) {
+  gh::BranchDiffAnswer answer{.base_branch = "main", .head_branch = "topic"};
+  answer.files = {{.change = {.path = "src/runtime/scheduler/multi_thread/worker.rs",
+                              .status = "modified",
+                              .additions = 3,
+                              .deletions = 1}}};
+  answer.page = page(1, 0, 1);
+  RenderOptions narrow = kPlain;
+  narrow.width = 40;
+  EXPECT_EQ(diff_table(answer, narrow),
+            "topic against main: 0 commits\n"
+            "FILE            STATUS    ADDED  DELETED\n"
+            "src/ru\u2026rker.rs  modified     +3       -1\n"
+            "Showing files 1-1 of 1.\n");
+  EXPECT_NE(diff_table(answer, kPlain).find(answer.files[0].change.path), std::string::npos);
 }
 
 TEST(TablesTest, EmptyPagesSayWhyAndColourOnlyWhenAsked) {

@@ -84,11 +84,14 @@ struct ComponentHotspot {
 };
 
 // since, branch, commit_count, and commit_limit_reached only when reached.
+// `start` and `oldest` are no answer keys: tables show them beside.
 struct PeriodFields {
   std::string since{};
   std::string branch{};
   std::int64_t commit_count = 0;
   bool commit_limit_reached = false;
+  std::int64_t start = 0;   // the period's first instant, Unix seconds, UTC
+  std::int64_t oldest = 0;  // the oldest commit read, Unix seconds, UTC; 0 without one
 
   bool operator==(const PeriodFields&) const = default;
 };

@@ -57,7 +57,7 @@ HotspotsAnswer GitHistory::hotspots(const repository_changes::Repository& reposi
   const std::size_t existing = kept.size();
   const repository_changes::IndexedPaths facts = detail::index_facts(n_.index, repository.db, kept);
   if (options.source_only) detail::drop_non_source(kept, n_.filters, facts);
-  HotspotsAnswer answer{.period = detail::period_fields(options.since, log.tip.name, log.commits),
+  HotspotsAnswer answer{.period = detail::period_fields(options.since, log),
                         .group_by = options.group_by,
                         .excluded_files = static_cast<std::int64_t>(existing - kept.size())};
   std::int64_t total = static_cast<std::int64_t>(kept.size());

@@ -27,4 +27,8 @@ HistoryRow history_row(const PathHistory& history);
 PeriodFields period_fields(const std::string& since, const std::string& branch,
                            std::span<const git_utils::CommitChanges> commits);
 
+struct PeriodLog;
+// The fields of a period read from `log`: its tip's name and its start.
+PeriodFields period_fields(const std::string& since, const PeriodLog& log);
+
 }  // namespace lomarind::git_history::detail

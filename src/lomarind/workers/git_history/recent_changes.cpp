@@ -36,9 +36,8 @@ RecentChangesAnswer GitHistory::recent_changes(const repository_changes::Reposit
   detail::sort_through_page(kept, options.limit, options.offset, latest_first);
 
   const std::vector<detail::PathHistory> page = detail::page(kept, options.limit, options.offset);
-  RecentChangesAnswer answer{
-      .period = detail::period_fields(options.since, log.tip.name, log.commits),
-      .excluded_files = static_cast<std::int64_t>(changed - kept.size())};
+  RecentChangesAnswer answer{.period = detail::period_fields(options.since, log),
+                             .excluded_files = static_cast<std::int64_t>(changed - kept.size())};
   answer.files.reserve(page.size());
   for (const detail::PathHistory& history : page)
     answer.files.push_back(detail::history_row(history));

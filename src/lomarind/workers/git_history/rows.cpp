@@ -1,5 +1,6 @@
 // The rows of the branch and period answers: a changed file, a file's
 // history over a period, a symbol.
+#include "lomarind/workers/git_history/git_access.h"
 #include "lomarind/workers/git_history/git_history.h"
 #include "lomarind/workers/git_history/period.h"
 
@@ -31,11 +32,21 @@ HistoryRow history_row(const PathHistory& history) {
 
 PeriodFields period_fields(const std::string& since, const std::string& branch,
                            std::span<const git_utils::CommitChanges> commits) {
-  return PeriodFields{
+  PeriodFields fields{
       .since = since,
       .branch = branch,
       .commit_count = static_cast<std::int64_t>(commits.size()),
       .commit_limit_reached = commits.size() >= static_cast<std::size_t>(MAX_COMMITS)};
+  for (const git_utils::CommitChanges& commit : commits) {
+    if (fields.oldest == 0 || commit.timestamp < fields.oldest) fields.oldest = commit.timestamp;
+  }
+  return fields;
+}
+
+PeriodFields period_fields(const std::string& since, const PeriodLog& log) {
+  PeriodFields fields = period_fields(since, log.tip.name, log.commits);
+  fields.start = log.start.time_since_epoch().count();
+  return fields;
 }
 
 }  // namespace detail
