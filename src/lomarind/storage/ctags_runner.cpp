@@ -12,6 +12,7 @@
 
 #include "lomarind/storage/ctags_tags.h"
 #include "lomarind/storage/sqlite_index.h"
+#include "lomarind/utils/blocked_signals.h"
 #include "lomarind/utils/subprocess.h"
 
 namespace lomarind::repository_changes {
@@ -191,6 +192,7 @@ class Readers {
  public:
   Readers(const CtagsOptions& options, std::vector<TagStream>& streams, FileQueue& queue)
       : queue_(queue) {
+    const BlockedSignals held;  // the readers leave the program's signals to its own thread
     for (TagStream& stream : streams) {
       threads_.emplace_back([&options, &stream, &queue] {
         try {

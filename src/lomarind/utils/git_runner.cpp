@@ -93,7 +93,7 @@ bool GitRunner::fits_command_line(const std::filesystem::path& repo_root,
 
 std::vector<std::string> GitRunner::command_line(const std::filesystem::path& repo_root,
                                                  const std::vector<std::string>& args) const {
-  std::vector<std::string> argv = {git_program_};
+  std::vector<std::string> argv = {options_.git_program};
   argv.insert(argv.end(), std::begin(kSafetyOptions), std::end(kSafetyOptions));
   argv.push_back("-C");
   argv.push_back(repo_root.string());
@@ -104,7 +104,7 @@ std::vector<std::string> GitRunner::command_line(const std::filesystem::path& re
 std::vector<std::string> GitRunner::environment() const {
   std::vector<std::string> env;
   std::vector<std::string> start =
-      environment_ ? *environment_ : subprocess::inherited_environment();
+      options_.environment ? *options_.environment : subprocess::inherited_environment();
   for (std::string& entry : start) {
     if (!is_dropped(entry)) env.push_back(std::move(entry));
   }
@@ -119,9 +119,10 @@ GitResult GitRunner::run(const std::filesystem::path& repo_root,
                               .environment = environment(),
                               .input = input,
                               .working_directory = {},
-                              .inactivity_limit = inactivity_limit_,
-                              .stop = nullptr,
-                              .silence_check = std::min(kSilenceCheck, inactivity_limit_ / 2),
+                              .inactivity_limit = options_.inactivity_limit,
+                              .stop = options_.stop,
+                              .silence_check =
+                                  std::min(kSilenceCheck, options_.inactivity_limit / 2),
                               .on_silence = [&repo_root] {
                                 refuse_blocking_attributes_in_work_tree(repo_root, kSilenceCheck);
                               }};
