@@ -108,7 +108,8 @@ void read_files(const IndexerOptions& options, std::vector<rc::IndexedFile> file
   rc::extract_symbols({.repo_root = options.repo_root,
                        .program = options.ctags_program,
                        .jobs = 2,
-                       .stop = options.stop},
+                       .stop = options.stop,
+                       .inactivity_limit = options.ctags_inactivity_limit},
                       std::move(sources), store);
 }
 

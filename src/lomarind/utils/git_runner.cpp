@@ -68,12 +68,18 @@ std::string_view trim(std::string_view text) {
 
 // Names the git command (not our safety options) and the limit, and where
 // to look: git waits silently on a file that never delivers data.
-std::string silence_message(const std::vector<std::string>& args, std::chrono::milliseconds limit) {
+std::string timeout_message(const std::vector<std::string>& args,
+                            const subprocess::Timeout& timeout) {
   std::string command = "git";
   if (!args.empty()) command += " " + args.front();
-  return command + " printed nothing for " +
-         std::to_string(std::chrono::ceil<std::chrono::seconds>(limit).count()) +
-         " s and was stopped (the limit for a silent git command); look for a file in the "
+  const std::string seconds =
+      std::to_string(std::chrono::ceil<std::chrono::seconds>(timeout.limit()).count()) + " s";
+  if (timeout.outputs_closed()) {
+    return command + " closed its output but had not exited " + seconds +
+           " later and was stopped (the limit for a git command to exit)";
+  }
+  return command + " printed nothing for " + seconds +
+         " and was stopped (the limit for a silent git command); look for a file in the "
          "repository that git waits on, such as a named pipe";
 }
 
@@ -120,6 +126,7 @@ GitResult GitRunner::run(const std::filesystem::path& repo_root,
                               .input = input,
                               .working_directory = {},
                               .inactivity_limit = options_.inactivity_limit,
+                              .exit_grace = subprocess::kExitGrace,
                               .stop = options_.stop,
                               .silence_check =
                                   std::min(kSilenceCheck, options_.inactivity_limit / 2),
@@ -136,7 +143,7 @@ GitResult GitRunner::run(const std::filesystem::path& repo_root,
     }
     throw GitError(e.what(), command.argv);  // it names the program and the cause
   } catch (const subprocess::Timeout& e) {
-    throw GitError(silence_message(args, e.limit()), command.argv);
+    throw GitError(timeout_message(args, e), command.argv);
   }
   if (result.signal != 0) {
     throw GitError("git was killed by signal " + std::to_string(result.signal), command.argv,

@@ -26,7 +26,7 @@ struct GitResult {
 // A git command that prints nothing on stdout or stderr for this long is
 // stopped: no command of ours is silent that long unless git waits on
 // something that never comes.
-inline constexpr std::chrono::seconds kGitInactivityLimit{300};
+inline constexpr std::chrono::seconds kGitInactivityLimit = subprocess::kInactivityLimit;
 
 // A git command silent this long (or half its limit, when that is shorter)
 // may be waiting on a named pipe in a folder of the work tree: the work

@@ -5,6 +5,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <chrono>
 #include <fstream>
 #include <stdexcept>
@@ -60,6 +61,51 @@ TEST(SubprocessTest, SilenceCheckRunsOncePerQuietSpellAndMayStopTheChild) {
   quiet.argv.back() = "sleep 1000";
   quiet.on_silence = [] { throw std::runtime_error("stuck"); };
   EXPECT_THROW(run(quiet), std::runtime_error);
+}
+
+// Once a child closes its outputs it has nothing more to say; it then has
+// the grace to exit, is stopped past it, and a stop request still counts.
+TEST(SubprocessTest, ChildThatClosedItsOutputsHasTheGraceToExit) {
+  Command late = shell("exec >&- 2>&-; sleep 0.3; exit 3");
+  late.exit_grace = std::chrono::seconds(20);
+  EXPECT_EQ(run(late).exit_status, 3);
+
+  std::atomic<bool> stop = false;
+  struct Case {
+    std::string name;
+    std::chrono::milliseconds grace;
+    bool stopped;  // stop is raised once the outputs are closed
+  } cases[] = {{"past the grace", std::chrono::milliseconds(300), false},
+               {"stopped meanwhile", std::chrono::seconds(60), true}};
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    stop = false;
+    Command lingering = shell("echo $$; exec >&- 2>&-; exec sleep 1000");
+    lingering.exit_grace = c.grace;
+    lingering.stop = &stop;
+    std::string pid;
+    std::thread raiser;
+    try {
+      run(lingering, [&](std::string_view chunk) {
+        pid += chunk;
+        if (c.stopped) {
+          raiser = std::thread([&] {
+            std::this_thread::sleep_for(std::chrono::milliseconds(300));
+            stop = true;
+          });
+        }
+      });
+      ADD_FAILURE() << "no exception";
+    } catch (const Timeout& e) {
+      EXPECT_FALSE(c.stopped);
+      EXPECT_TRUE(e.outputs_closed());
+      EXPECT_STREQ(e.what(), "sh closed its output but had not exited 1 s later and was stopped");
+    } catch (const Interrupted&) {
+      EXPECT_TRUE(c.stopped);
+    }
+    if (raiser.joinable()) raiser.join();
+    EXPECT_TRUE(testing::process_ends(static_cast<pid_t>(std::stol(pid))));
+  }
 }
 
 TEST(SubprocessTest, ChildDiesWithUs) {
