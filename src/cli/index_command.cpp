@@ -74,9 +74,9 @@ void fill_commit_cache(const RepositoryLocation& location, const CommitCacheUse&
     Logger(std::string(commit_cache::kCacheLoggerName), cache.sink)
         .warning("cannot fill the commit cache: git failed: %s", {error.what()});
   } catch (const subprocess::Interrupted&) {
-    std::throw_with_nested(std::runtime_error(
-        "interrupted while filling the commit cache; the index " +
-        terminal_text(location.index_file.string()) + " is built"));
+    std::throw_with_nested(
+        std::runtime_error("interrupted while filling the commit cache; the index " +
+                           terminal_text(location.index_file.string()) + " is built"));
   }
 }
 

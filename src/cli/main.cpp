@@ -25,8 +25,8 @@ using namespace lomarind::cli;
 // this is the program's only such object, and the handler does nothing but
 // store to it.
 struct StopRequest {
-  std::atomic<int> signal{0};        // the first signal received; 0: none
-  std::atomic<bool> raised{false};   // the token every child and wait of the run watches
+  std::atomic<int> signal{0};       // the first signal received; 0: none
+  std::atomic<bool> raised{false};  // the token every child and wait of the run watches
 };
 
 StopRequest& stop_request() {

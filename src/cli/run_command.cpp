@@ -39,8 +39,7 @@ int run_report_command(const CommandLine& line, const ReportArgs& args, const Te
   const RepositoryLocation location = locate_repository(stopping_git(stop), line.global);
   repository_changes::IndexDb db = open_query_index(location, terminal.err);
   const bool index_used = !db.empty();
-  HistorySession session(location.root, std::move(db), session_options(line, terminal, stop),
-                         sink);
+  HistorySession session(location.root, std::move(db), session_options(line, terminal, stop), sink);
   return run_report(session, args, index_used, terminal);
 }
 

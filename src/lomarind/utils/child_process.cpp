@@ -2,21 +2,31 @@
 
 #include <poll.h>
 #include <signal.h>
+#include <spawn.h>
 #include <sys/syscall.h>
-#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <system_error>
+#include <utility>
 
+#include "lomarind/utils/child_watchdog.h"
 #include "lomarind/utils/subprocess.h"
 
 namespace lomarind::subprocess {
 namespace {
 
 constexpr std::chrono::milliseconds kStopCheck{100};
+
+// A system call's result, repeated while a signal interrupts it.
+template <typename Call>
+auto retried(Call call) {
+  auto result = call();
+  while (result < 0 && errno == EINTR) result = call();
+  return result;
+}
 
 std::vector<char*> c_strings(const std::vector<std::string>& strings) {
   std::vector<char*> out;
@@ -26,100 +36,103 @@ std::vector<char*> c_strings(const std::vector<std::string>& strings) {
   return out;
 }
 
-struct ExecSetup {
-  const char* program;
-  char* const* argv;
-  char* const* envp;
-  const char* working_directory;  // null: ours
-  const int* stdio;
-  int report;  // receives errno when the exec fails
-  pid_t parent;
+// The spawn's file actions: the standard descriptors, the folder, and no
+// other descriptor of ours (a host may have left some inheritable).
+class FileActions {
+ public:
+  explicit FileActions(const ChildSpec& spec) {
+    ::posix_spawn_file_actions_init(&actions_);
+    for (int fd = 0; fd < 3; ++fd)
+      check(::posix_spawn_file_actions_adddup2(&actions_, spec.stdio[fd], fd));
+    if (!spec.working_directory.empty()) {
+      check(::posix_spawn_file_actions_addchdir_np(&actions_, spec.working_directory.c_str()));
+    }
+    check(::posix_spawn_file_actions_addclosefrom_np(&actions_, 3));
+  }
+  ~FileActions() { ::posix_spawn_file_actions_destroy(&actions_); }
+  FileActions(const FileActions&) = delete;
+  FileActions& operator=(const FileActions&) = delete;
+
+  const posix_spawn_file_actions_t* get() const { return &actions_; }
+
+ private:
+  static void check(int error) {
+    if (error != 0) throw_errno(error, "cannot prepare a child process");
+  }
+  posix_spawn_file_actions_t actions_;
 };
 
-// Runs between fork and exec, so it makes system calls only.
-[[noreturn]] void exec_child(const ExecSetup& setup) {
-  // The kernel kills the child when the thread that started it dies, on any
-  // exit path, a fatal signal included.
-  ::prctl(PR_SET_PDEATHSIG, SIGKILL);
-  if (::getppid() != setup.parent) ::_exit(127);
-  // A group of its own: Ctrl-C on a terminal reaches us alone, and we decide
-  // how the child ends; killing the group ends whatever the child started.
-  ::setpgid(0, 0);
-  sigset_t none;
-  sigemptyset(&none);
-  ::sigprocmask(SIG_SETMASK, &none, nullptr);
-  struct sigaction default_action {};
-  default_action.sa_handler = SIG_DFL;
-  for (int signal = 1; signal < NSIG; ++signal) ::sigaction(signal, &default_action, nullptr);
-  bool ready = true;
-  for (int i = 0; i < 3 && ready; ++i) ready = ::dup2(setup.stdio[i], i) == i;
-  if (ready && setup.working_directory != nullptr) ready = ::chdir(setup.working_directory) == 0;
-  if (ready) {
-    ::close_range(3, ~0U, CLOSE_RANGE_CLOEXEC);  // descriptors a host left inheritable
-    ::execve(setup.program, setup.argv, setup.envp);
+// A group of its own: Ctrl-C on a terminal reaches us alone, and we decide
+// how the child ends; killing the group ends whatever the child started.
+// No signal blocked, none ignored: a host may block or ignore some (SIGPIPE
+// above all), and exec would hand that on.
+class Attributes {
+ public:
+  Attributes() {
+    ::posix_spawnattr_init(&attributes_);
+    sigset_t none, all;
+    sigemptyset(&none);
+    sigfillset(&all);
+    ::posix_spawnattr_setflags(
+        &attributes_, POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+    ::posix_spawnattr_setpgroup(&attributes_, 0);
+    ::posix_spawnattr_setsigmask(&attributes_, &none);
+    ::posix_spawnattr_setsigdefault(&attributes_, &all);
   }
-  int error = errno;
-  [[maybe_unused]] ssize_t ignored = ::write(setup.report, &error, sizeof error);
-  ::_exit(127);
-}
+  ~Attributes() { ::posix_spawnattr_destroy(&attributes_); }
+  Attributes(const Attributes&) = delete;
+  Attributes& operator=(const Attributes&) = delete;
 
-// Blocks until the child has exec'd (0) or failed to (its errno).
-int exec_error(const UniqueFd& report) {
-  int error = 0;
-  ssize_t n;
-  while ((n = ::read(report.get(), &error, sizeof error)) < 0 && errno == EINTR) {
-  }
-  return n == static_cast<ssize_t>(sizeof error) ? error : 0;
-}
+  const posix_spawnattr_t* get() const { return &attributes_; }
+
+ private:
+  posix_spawnattr_t attributes_;
+};
 
 }  // namespace
 
 ChildProcess::ChildProcess(const ChildSpec& spec) : name_(spec.argv.at(0)) {
   std::vector<char*> argv = c_strings(spec.argv);
   std::vector<char*> envp = c_strings(spec.environment);
-  FdPair report = output_pipe(name_);
-  const ExecSetup setup{
-      spec.program.c_str(), argv.data(), envp.data(),
-      spec.working_directory.empty() ? nullptr : spec.working_directory.c_str(),
-      spec.stdio,           report.child.get(),
-      ::getpid()};
-  pid_ = ::fork();
-  if (pid_ < 0) throw_errno(errno, "cannot start " + name_);
-  if (pid_ == 0) exec_child(setup);
-  ::setpgid(pid_, pid_);  // also done by the child: whichever runs first wins the race
+  const FileActions actions(spec);
+  const Attributes attributes;
+  // glibc reports a failed exec here, having reaped that child.
+  if (const int error = ::posix_spawn(&pid_, spec.program.c_str(), actions.get(), attributes.get(),
+                                      argv.data(), envp.data());
+      error != 0) {
+    throw_errno(error, "cannot run " + name_);
+  }
+  watch_group(pid_);
   // Through syscall(): glibc 2.36 declares pidfd_open without C linkage for
   // C++. Absent on an old kernel; wait() then polls.
   exited_ = UniqueFd(static_cast<int>(::syscall(SYS_pidfd_open, pid_, 0)));
-  report.child.reset();
-  if (const int error = exec_error(report.ours); error != 0) {
-    while (::waitpid(pid_, nullptr, 0) < 0 && errno == EINTR) {
-    }
-    pid_ = -1;
-    throw_errno(error, "cannot run " + name_);
-  }
 }
 
+// The child is unwatched only once it has exited, while its number is
+// still taken (waitid's WNOWAIT leaves it a zombie), and reaped after that.
 ChildProcess::~ChildProcess() {
   if (pid_ <= 0) return;
-  kill_group();
-  while (::waitpid(pid_, nullptr, 0) < 0 && errno == EINTR) {
-  }
-}
-
-void ChildProcess::kill_group() {
   ::kill(-pid_, SIGKILL);
   ::kill(pid_, SIGKILL);
+  siginfo_t info;
+  retried([&] { return ::waitid(P_PID, static_cast<id_t>(pid_), &info, WEXITED | WNOWAIT); });
+  unwatch_group(pid_);
+  retried([&] { return ::waitpid(pid_, nullptr, 0); });
 }
 
 std::optional<int> ChildProcess::try_reap() {
-  int status = 0;
-  pid_t waited;
-  while ((waited = ::waitpid(pid_, &status, WNOHANG)) < 0 && errno == EINTR) {
+  siginfo_t info{};
+  if (retried([&] {
+        return ::waitid(P_PID, static_cast<id_t>(pid_), &info, WEXITED | WNOHANG | WNOWAIT);
+      }) == 0 &&
+      info.si_pid == 0) {
+    return std::nullopt;  // still running
   }
-  if (waited == 0) return std::nullopt;
-  if (waited < 0) {
+  unwatch_group(pid_);
+  const pid_t pid = std::exchange(pid_, -1);
+  int status = 0;
+  if (retried([&] { return ::waitpid(pid, &status, 0); }) < 0) {
     const int error = errno;
-    pid_ = -1;
     std::string what = "cannot learn how " + name_ + " exited";
     if (error == ECHILD) {
       what +=
@@ -128,7 +141,6 @@ std::optional<int> ChildProcess::try_reap() {
     }
     throw_errno(error, what);
   }
-  pid_ = -1;
   return status;
 }
 
@@ -143,8 +155,8 @@ int ChildProcess::wait(std::chrono::milliseconds limit, const std::atomic<bool>*
     if (stop != nullptr && stop->load()) throw Interrupted(name_);
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
     if (left.count() <= 0) throw Timeout(name_, limit, true);
-    const auto span = std::min({left, stop != nullptr ? kStopCheck : left,
-                                exited_.valid() ? left : nap});
+    const auto span =
+        std::min({left, stop != nullptr ? kStopCheck : left, exited_.valid() ? left : nap});
     pollfd exited{exited_.get(), POLLIN, 0};
     ::poll(&exited, exited_.valid() ? 1 : 0, static_cast<int>(span.count()));
     nap = std::min(nap * 2, kStopCheck);

@@ -49,7 +49,6 @@ class ChildProcess {
   // The wait status once the child has exited. Throws std::system_error
   // when it cannot be learnt.
   std::optional<int> try_reap();
-  void kill_group();
 
   pid_t pid_;
   std::string name_;

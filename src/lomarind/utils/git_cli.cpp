@@ -186,8 +186,8 @@ std::vector<CommitChanges> GitCli::read_commit_changes(
     for (std::size_t first = 0; first < commits.size(); first += per_slice) {
       std::span<const std::string> slice(commits.data() + first,
                                          std::min(per_slice, commits.size() - first));
-      reads.push_back(std::async(std::launch::async,
-                                 [this, &repo_root, slice] { return read_slice(repo_root, slice); }));
+      reads.push_back(std::async(
+          std::launch::async, [this, &repo_root, slice] { return read_slice(repo_root, slice); }));
     }
   }
   std::vector<CommitChanges> all;

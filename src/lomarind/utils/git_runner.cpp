@@ -121,18 +121,18 @@ std::vector<std::string> GitRunner::environment() const {
 GitResult GitRunner::run(const std::filesystem::path& repo_root,
                          const std::vector<std::string>& args,
                          const subprocess::OutputSink& on_stdout, const std::string& input) const {
-  subprocess::Command command{.argv = command_line(repo_root, args),
-                              .environment = environment(),
-                              .input = input,
-                              .working_directory = {},
-                              .inactivity_limit = options_.inactivity_limit,
-                              .exit_grace = subprocess::kExitGrace,
-                              .stop = options_.stop,
-                              .silence_check =
-                                  std::min(kSilenceCheck, options_.inactivity_limit / 2),
-                              .on_silence = [&repo_root] {
-                                refuse_blocking_attributes_in_work_tree(repo_root, kSilenceCheck);
-                              }};
+  subprocess::Command command{
+      .argv = command_line(repo_root, args),
+      .environment = environment(),
+      .input = input,
+      .working_directory = {},
+      .inactivity_limit = options_.inactivity_limit,
+      .exit_grace = subprocess::kExitGrace,
+      .stop = options_.stop,
+      .silence_check = std::min(kSilenceCheck, options_.inactivity_limit / 2),
+      .on_silence = [&repo_root] {
+        refuse_blocking_attributes_in_work_tree(repo_root, kSilenceCheck);
+      }};
   refuse_blocking_inputs(repo_root, command.environment);
   subprocess::Result result;
   try {

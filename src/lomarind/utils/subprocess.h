@@ -2,9 +2,11 @@
 // shell), a caller-supplied environment and optional data on stdin, while
 // draining stdout and stderr together so that no amount of output can
 // deadlock. A child never outlives the call: it is waited for on success and
-// killed and reaped when anything goes wrong, and on Linux the kernel kills
-// it if our process dies first. Each child leads a process group of its own,
-// so a terminal's Ctrl-C reaches only us, and ending it ends what it started.
+// killed and reaped when anything goes wrong, and a watchdog process kills
+// it if our process dies first (child_watchdog.h). Children are started with
+// posix_spawn, so a large host neither copies its page tables nor needs the
+// memory for a copy. Each child leads a process group of its own, so a
+// terminal's Ctrl-C reaches only us, and ending it ends what it started.
 #pragma once
 
 #include <atomic>
