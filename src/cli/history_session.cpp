@@ -8,8 +8,9 @@ HistorySession::HistorySession(std::filesystem::path repo_root, repository_chang
                                Options options, const LogSink& sink)
     : root_(std::move(repo_root)),
       db_(std::move(db)),
-      production_(
-          {.now = [now = options.now] { return now; }, .commit_cache = options.commit_cache},
-          sink) {}
+      production_({.now = [now = options.now] { return now; },
+                   .runner = git_utils::GitRunner().stopped_by(options.stop),
+                   .commit_cache = options.commit_cache},
+                  sink) {}
 
 }  // namespace lomarind::cli

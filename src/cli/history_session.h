@@ -2,6 +2,7 @@
 // for one repository.
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <filesystem>
 
@@ -17,6 +18,8 @@ class HistorySession {
   struct Options {
     std::chrono::sys_seconds now;  // the time periods count back from
     bool commit_cache = true;      // take what commits changed from the commit cache
+    // Every git command stops once *stop is raised; must outlive the session.
+    const std::atomic<bool>* stop = nullptr;
   };
   // `sink` must outlive the session.
   HistorySession(std::filesystem::path repo_root, repository_changes::IndexDb db, Options options,

@@ -2,12 +2,14 @@
 
 #include <chrono>
 #include <mutex>
+#include <stdexcept>
 
 #include "cli/commands.h"
 #include "cli/display_text.h"
 #include "cli/repository_location.h"
 #include "lomarind/storage/cached_git_reader.h"
 #include "lomarind/storage/indexer.h"
+#include "lomarind/utils/subprocess.h"
 #include "lomarind/workers/git_history/default_neighbours.h"
 #include "lomarind/workers/git_history/records.h"
 
@@ -52,21 +54,29 @@ std::string summary(const indexer::IndexSummary& index, const std::filesystem::p
 
 // Reads what the newest MAX_COMMITS commits of HEAD changed through the
 // commit cache, so the first period question after indexing finds them
-// there.
-void fill_commit_cache(const std::filesystem::path& repo_root, const CommitCacheUse& cache) {
+// there. Every git command stops once `stop` is raised.
+void fill_commit_cache(const RepositoryLocation& location, const CommitCacheUse& cache,
+                       const std::atomic<bool>& stop) {
   if (!cache.enabled) return;
   const git_history::ProductionHistory production(
-      {.now = [] { return std::chrono::sys_seconds(); }, .commit_cache = true}, cache.sink);
+      {.now = [] { return std::chrono::sys_seconds(); },
+       .runner = git_utils::GitRunner().stopped_by(&stop),
+       .commit_cache = true},
+      cache.sink);
   const git_utils::GitReader& git = production.neighbours().git;
   try {
-    if (std::optional<std::string> head = git.resolve_commit(repo_root, "HEAD")) {
-      git.log_commit_changes(repo_root, std::chrono::sys_seconds(), *head,
+    if (std::optional<std::string> head = git.resolve_commit(location.root, "HEAD")) {
+      git.log_commit_changes(location.root, std::chrono::sys_seconds(), *head,
                              git_history::MAX_COMMITS);
     }
   } catch (const git_utils::GitError& error) {
     // The index is built; the cache is only a head start for the next question.
     Logger(std::string(commit_cache::kCacheLoggerName), cache.sink)
         .warning("cannot fill the commit cache: git failed: %s", {error.what()});
+  } catch (const subprocess::Interrupted&) {
+    std::throw_with_nested(
+        std::runtime_error("interrupted while filling the commit cache; the index " +
+                           terminal_text(location.index_file.string()) + " is built"));
   }
 }
 
@@ -85,7 +95,7 @@ int run_index(const RepositoryLocation& location, const IndexArgs& args, const T
                                  std::size_t total) { progress.update(done, total); },
          .stop = &stop});
   }
-  fill_commit_cache(location.root, cache);
+  fill_commit_cache(location, cache, stop);
   terminal.out << summary(index, location.index_file) << std::flush;
   return kExitOk;
 }

@@ -1,12 +1,12 @@
 // The lomarind program: reads the command line, answers one question and
 // exits 0, 1 when the question could not be answered, 2 for a usage error,
-// or 130 when Ctrl-C (or SIGTERM) interrupted `lomarind index`.
+// and 128 + the signal when SIGINT (130) or SIGTERM (143) stopped it.
+#include <signal.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <chrono>
-#include <csignal>
 #include <cstdlib>
 #include <iostream>
 #include <string>
@@ -20,28 +20,50 @@ namespace {
 
 using namespace lomarind::cli;
 
-// Raised by SIGINT or SIGTERM so that `lomarind index` can stop between
-// files and leave the previous index whole. A signal handler receives no
-// argument, so the flag it sets has to be static; this is the program's only
-// such object, and the handler does nothing but store to it.
-std::atomic<bool>& stop_requested() {
-  static std::atomic<bool> flag{false};
-  return flag;
+// What SIGINT or SIGTERM asked: the run stops its children, leaves what it
+// was writing as it was, and the program exits with 128 + the signal. A
+// signal handler receives nothing else, so what it sets has to be static;
+// this is the program's only such object, and the handler does nothing but
+// store to it.
+struct StopRequest {
+  std::atomic<int> signal{0};       // the first signal received; 0: none
+  std::atomic<bool> raised{false};  // the token every child and wait of the run watches
+};
+
+StopRequest& stop_request() {
+  static StopRequest request;
+  return request;
 }
 
-static_assert(std::atomic<bool>::is_always_lock_free);
+static_assert(std::atomic<int>::is_always_lock_free && std::atomic<bool>::is_always_lock_free);
 
-extern "C" void request_stop(int) { stop_requested().store(true); }
+extern "C" void request_stop(int signal) {
+  int none = 0;
+  stop_request().signal.compare_exchange_strong(none, signal);
+  stop_request().raised.store(true);
+}
+
+void set_action(int signal, void (*handler)(int), int flags) {
+  struct sigaction action {};
+  action.sa_handler = handler;
+  action.sa_flags = flags;
+  sigemptyset(&action.sa_mask);
+  ::sigaction(signal, &action, nullptr);
+}
+
+// A parent may hand SIGCHLD down ignored; the kernel would then reap git
+// before we could learn how it exited, and every answer would fail.
+void restore_child_signal() { set_action(SIGCHLD, SIG_DFL, 0); }
 
 // SA_RESETHAND: the first signal asks politely, a second one ends the
-// program at once.
+// program at once. A signal the parent ignores stays ignored, as a shell
+// leaves Ctrl-C to the foreground job only.
 void install_stop_handlers() {
-  struct sigaction action {};
-  action.sa_handler = request_stop;
-  action.sa_flags = SA_RESETHAND;
-  sigemptyset(&action.sa_mask);
-  sigaction(SIGINT, &action, nullptr);
-  sigaction(SIGTERM, &action, nullptr);
+  for (int signal : {SIGINT, SIGTERM}) {
+    struct sigaction current {};
+    if (::sigaction(signal, nullptr, &current) == 0 && current.sa_handler == SIG_IGN) continue;
+    set_action(signal, request_stop, SA_RESETHAND);
+  }
 }
 
 bool colour_wanted() { return ::isatty(STDOUT_FILENO) == 1 && std::getenv("NO_COLOR") == nullptr; }
@@ -62,6 +84,7 @@ std::size_t terminal_width() {
 }  // namespace
 
 int main(int argc, char** argv) {
+  restore_child_signal();
   const ParsedCommandLine parsed =
       parse_command_line(std::vector<std::string>(argv + 1, argv + argc));
   if (!parsed.command_line) {
@@ -69,7 +92,7 @@ int main(int argc, char** argv) {
     std::cerr << parsed.err << std::flush;
     return parsed.exit_code;
   }
-  if (std::holds_alternative<IndexArgs>(parsed.command_line->command)) install_stop_handlers();
+  install_stop_handlers();
   const StreamLogSink sink(std::cerr);
   const Terminal terminal{std::cout, std::cerr,
                           RenderOptions{.colour = colour_wanted(),
@@ -77,10 +100,12 @@ int main(int argc, char** argv) {
                                             std::chrono::system_clock::now()),
                                         .width = terminal_width()},
                           ::isatty(STDERR_FILENO) == 1};
+  int code = kExitFailure;
   try {
-    return run_command(*parsed.command_line, terminal, sink, stop_requested());
+    code = run_command(*parsed.command_line, terminal, sink, stop_request().raised);
   } catch (...) {
-    const int code = report_failure(std::current_exception(), std::cerr);
-    return stop_requested().load() ? kExitInterrupted : code;
+    code = report_failure(std::current_exception(), std::cerr);
   }
+  const int signal = stop_request().signal.load();
+  return signal != 0 ? 128 + signal : code;
 }

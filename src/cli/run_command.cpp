@@ -14,27 +14,33 @@ namespace lomarind::cli {
 
 namespace {
 
-HistorySession::Options session_options(const CommandLine& line, const Terminal& terminal) {
-  return {.now = terminal.render.now, .commit_cache = !line.global.no_cache};
+// Every git command of the run stops once `stop` is raised.
+git_utils::GitRunner stopping_git(const std::atomic<bool>& stop) {
+  return git_utils::GitRunner().stopped_by(&stop);
+}
+
+HistorySession::Options session_options(const CommandLine& line, const Terminal& terminal,
+                                        const std::atomic<bool>& stop) {
+  return {.now = terminal.render.now, .commit_cache = !line.global.no_cache, .stop = &stop};
 }
 
 template <typename Args>
 int run_history(const CommandLine& line, const Args& args, const Terminal& terminal,
-                const LogSink& sink,
+                const LogSink& sink, const std::atomic<bool>& stop,
                 int (*command)(const HistoryQuery&, const Args&, const Terminal&)) {
-  const RepositoryLocation location = locate_repository(git_utils::GitRunner(), line.global);
+  const RepositoryLocation location = locate_repository(stopping_git(stop), line.global);
   HistorySession session(location.root, open_query_index(location, terminal.err),
-                         session_options(line, terminal), sink);
+                         session_options(line, terminal, stop), sink);
   return command(session.query(), args, terminal);
 }
 
 int run_report_command(const CommandLine& line, const ReportArgs& args, const Terminal& terminal,
-                       const LogSink& sink) {
+                       const LogSink& sink, const std::atomic<bool>& stop) {
   const ReportFormat format = report_format(args);
-  const RepositoryLocation location = locate_repository(git_utils::GitRunner(), line.global);
+  const RepositoryLocation location = locate_repository(stopping_git(stop), line.global);
   repository_changes::IndexDb db = open_query_index(location, terminal.err);
   const bool index_used = !db.empty();
-  HistorySession session(location.root, std::move(db), session_options(line, terminal), sink);
+  HistorySession session(location.root, std::move(db), session_options(line, terminal, stop), sink);
   return run_report(session, args, format, index_used, terminal);
 }
 
@@ -59,16 +65,15 @@ int run_command(const CommandLine& line, const Terminal& terminal, const LogSink
       [&](const auto& args) -> int {
         using Args = std::decay_t<decltype(args)>;
         if constexpr (std::is_same_v<Args, RecentArgs>) {
-          return run_history(line, args, terminal, sink, run_recent);
+          return run_history(line, args, terminal, sink, stop, run_recent);
         } else if constexpr (std::is_same_v<Args, HotspotsArgs>) {
-          return run_history(line, args, terminal, sink, run_hotspots);
+          return run_history(line, args, terminal, sink, stop, run_hotspots);
         } else if constexpr (std::is_same_v<Args, DiffArgs>) {
-          return run_history(line, args, terminal, sink, run_diff);
+          return run_history(line, args, terminal, sink, stop, run_diff);
         } else if constexpr (std::is_same_v<Args, ReportArgs>) {
-          return run_report_command(line, args, terminal, sink);
+          return run_report_command(line, args, terminal, sink, stop);
         } else {
-          const RepositoryLocation location =
-              locate_repository(git_utils::GitRunner(), line.global);
+          const RepositoryLocation location = locate_repository(stopping_git(stop), line.global);
           return run_index(location, args, terminal, {!line.global.no_cache, sink}, stop);
         }
       },

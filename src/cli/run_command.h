@@ -9,9 +9,11 @@
 
 namespace lomarind::cli {
 
-// Finds the repository, opens what the command needs and runs it. `stop`
-// is raised by a signal while the index is built. Every failure is thrown:
-// GitHistoryError, GitError, IndexError or another std::exception.
+// Finds the repository, opens what the command needs and runs it. Once a
+// signal raises `stop`, every child is killed and every wait ends: the run
+// throws (subprocess::Interrupted, or the indexer's IndexError), having
+// left every file as it was. Every failure is thrown: GitHistoryError,
+// GitError, IndexError or another std::exception.
 int run_command(const CommandLine& line, const Terminal& terminal, const LogSink& sink,
                 const std::atomic<bool>& stop);
 

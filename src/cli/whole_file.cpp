@@ -2,8 +2,6 @@
 
 #include <fcntl.h>
 #include <fmt/format.h>
-#include <pthread.h>
-#include <signal.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -14,6 +12,7 @@
 #include <string>
 
 #include "cli/display_text.h"
+#include "lomarind/utils/blocked_signals.h"
 
 namespace lomarind::cli {
 
@@ -45,25 +44,6 @@ int create_temporary(const fs::path& path, fs::path& temporary) {
   return -1;
 }
 
-// Holds the signals that end a program from a terminal or a supervisor
-// while it lives, so that one arriving meanwhile takes effect only once the
-// temporary file is renamed or removed: nothing is left beside the output.
-class SignalsHeld {
- public:
-  SignalsHeld() {
-    sigset_t held;
-    sigemptyset(&held);
-    for (int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) sigaddset(&held, signal);
-    ::pthread_sigmask(SIG_BLOCK, &held, &previous_);
-  }
-  ~SignalsHeld() { ::pthread_sigmask(SIG_SETMASK, &previous_, nullptr); }
-  SignalsHeld(const SignalsHeld&) = delete;
-  SignalsHeld& operator=(const SignalsHeld&) = delete;
-
- private:
-  sigset_t previous_;
-};
-
 bool write_all(int fd, std::string_view content) {
   while (!content.empty()) {
     const ssize_t written = ::write(fd, content.data(), content.size());
@@ -86,7 +66,9 @@ void write_whole_file(const fs::path& path, std::string_view content) {
   }
   if (exists && !S_ISREG(existing.st_mode)) fail(path, "it is no regular file; pass a file name");
 
-  const SignalsHeld held;
+  // A signal that arrives while the temporary file exists takes effect once
+  // it is renamed or removed: nothing is left beside the output.
+  const BlockedSignals held;
   fs::path temporary;
   const int fd = create_temporary(target, temporary);
   if (fd < 0) fail_errno(path, errno);

@@ -1,19 +1,13 @@
 // Runs the built lomarind program on real temporary repositories.
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <chrono>
 #include <sstream>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "lomarind/utils/json.h"
-#include "support/processes.h"
 #include "support/temp_git_repo.h"
 
 namespace lomarind::cli {
@@ -40,13 +34,14 @@ class LomarindProgramTest : public ::testing::Test {
   }
 
   // Runs lomarind in `cwd` (the repository root by default) with an empty
-  // home, so no user configuration of git reaches it.
+  // home and no system config, so no configuration of git on this machine
+  // reaches it.
   CommandResult lomarind(std::vector<std::string> args, std::filesystem::path cwd = {}) const {
     args.insert(args.begin(), LOMARIND_BINARY);
     return lomarind::testing::run_command(
         args, cwd.empty() ? repo_.root() : cwd,
         {"HOME=" + home_.path().string(), "XDG_CONFIG_HOME=" + home_.path().string(),
-         "NO_COLOR=1"});
+         "NO_COLOR=1", "GIT_CONFIG_NOSYSTEM=1"});
   }
 
   Json answer(const std::vector<std::string>& args, std::filesystem::path cwd = {}) const {
@@ -205,9 +200,6 @@ TEST_F(LomarindProgramTest, CommitsPastYear9999AreDatedNotRefused) {
   EXPECT_NE(table.out.find("+11476-08-15 05:20"), std::string::npos) << table.out;
 }
 
-// Ctrl-C reaches the terminal's whole foreground process group; here the
-// program leads one, and its ctags (a stand-in that never answers) must be
-// left alone by the signal and then stopped by the program.
 TEST_F(LomarindProgramTest, ReportFormatFollowsTheOutputAndDashIsStdout) {
   const CommandResult to_stdout = lomarind({"report", "--since", "2023-01-01", "--output", "-"});
   EXPECT_EQ(to_stdout.status, 0) << to_stdout.err;
@@ -225,45 +217,6 @@ TEST_F(LomarindProgramTest, ReportFormatFollowsTheOutputAndDashIsStdout) {
             "lomarind: --output 'page.html' is named as an HTML page but --format is markdown; "
             "name the file .md or leave --format out\n");
   EXPECT_FALSE(std::filesystem::exists(repo_.root() / "page.html"));
-}
-
-TEST_F(LomarindProgramTest, CtrlCWhileIndexingSaysInterruptedAndLeavesNothingRunning) {
-  TempDir tools;
-  const std::filesystem::path pid_file = tools.path() / "ctags.pid";
-  const std::filesystem::path ctags = tools.path() / "ctags";
-  lomarind::testing::write_hanging_program(ctags, pid_file);
-  const std::filesystem::path err_file = tools.path() / "err";
-  const std::string path = "PATH=" + tools.path().string() + ":/usr/bin:/bin";
-  const std::string home = "HOME=" + home_.path().string();
-  const pid_t program = ::fork();
-  ASSERT_GE(program, 0);
-  if (program == 0) {
-    ::setpgid(0, 0);
-    const int err = ::open(err_file.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-    ::dup2(err, STDERR_FILENO);
-    if (::chdir(repo_.root().c_str()) != 0) ::_exit(99);
-    const char* argv[] = {LOMARIND_BINARY, "index", nullptr};
-    const char* envp[] = {path.c_str(), home.c_str(), nullptr};
-    ::execve(LOMARIND_BINARY, const_cast<char**>(argv), const_cast<char**>(envp));
-    ::_exit(98);
-  }
-  ::setpgid(program, program);  // as the child does: the group exists before we signal it
-  const auto ctags_started = [&] {
-    std::error_code missing;
-    const auto size = std::filesystem::file_size(pid_file, missing);
-    return !missing && size > 0;
-  };
-  for (int i = 0; i < 1000 && !ctags_started(); ++i) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(10));
-  }
-  ::kill(-program, SIGINT);
-  int status = 0;
-  ASSERT_EQ(::waitpid(program, &status, 0), program);
-  ASSERT_TRUE(WIFEXITED(status));
-  EXPECT_EQ(WEXITSTATUS(status), 130);
-  const std::string err = lomarind::testing::read_file(err_file);
-  EXPECT_TRUE(err.starts_with("lomarind: indexing interrupted")) << err;
-  EXPECT_TRUE(lomarind::testing::hanging_sleep_ends(pid_file));
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 
 #include "lomarind/storage/cache_use.h"
 #include "lomarind/storage/commit_cache.h"
+#include "lomarind/utils/blocked_signals.h"
 
 namespace lomarind::commit_cache {
 
@@ -25,6 +26,16 @@ std::optional<std::string> failure_of(Step&& step) {
     return e.what();
   }
   return std::nullopt;
+}
+
+// Runs `work` on a thread of its own that never takes a signal meant to
+// end the program: a host handles those on its own threads, and a program
+// that holds them while it writes a file (a report beside its temporary
+// copy) must not be ended from here meanwhile.
+template <typename Work>
+auto start_thread(Work&& work) {
+  const BlockedSignals held;
+  return std::async(std::launch::async, std::forward<Work>(work));
 }
 
 // The cache made ready for one period, or why it cannot be used.
@@ -51,7 +62,7 @@ std::vector<CommitChanges> CachedGitReader::log_commit_changes(
   finish_storing();
   // The cache is made ready (what shapes diffs, the file, its paths and
   // their attributes) while git lists the commits.
-  std::future<Ready> ready = std::async(std::launch::async, [this, &repo_root] {
+  std::future<Ready> ready = start_thread([this, &repo_root] {
     Ready prepared;
     prepared.failure = failure_of([&] { prepared.use.emplace(start_use(runner_, repo_root)); });
     if (prepared.failure) prepared.use.reset();
@@ -74,10 +85,9 @@ std::vector<CommitChanges> CachedGitReader::log_commit_changes(
     // Stored while the caller builds its answer; the next period waits for
     // it and reports its failure, the reader's end waits for it.
     const std::lock_guard<std::mutex> lock(storing_mutex_);
-    storing_ =
-        std::async(std::launch::async, [use = std::move(*use), kept = std::move(kept)]() mutable {
-          return failure_of([&] { use.keep(kept); });
-        });
+    storing_ = start_thread([use = std::move(*use), kept = std::move(kept)]() mutable {
+      return failure_of([&] { use.keep(kept); });
+    });
   }
   return commits;
 }

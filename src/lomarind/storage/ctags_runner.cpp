@@ -12,6 +12,7 @@
 
 #include "lomarind/storage/ctags_tags.h"
 #include "lomarind/storage/sqlite_index.h"
+#include "lomarind/utils/blocked_signals.h"
 #include "lomarind/utils/subprocess.h"
 
 namespace lomarind::repository_changes {
@@ -100,6 +101,11 @@ class TagStream {
     flush_until(files_.size());
   }
 
+  // The first file not yet complete: ctags is at it or past it.
+  std::string_view reading() const {
+    return next_ < paths_.size() ? std::string_view(paths_[next_]) : std::string_view();
+  }
+
  private:
   void on_line(std::string_view line) {
     std::optional<CtagsTag> tag = parse_ctags_line(line);
@@ -145,6 +151,18 @@ std::string ctags_complaint(std::string_view err) {
   return "no message";
 }
 
+// Why a silent ctags was stopped, and where to look.
+std::string stuck(const subprocess::Timeout& timeout, std::string_view reading) {
+  std::string why = timeout.what();
+  if (timeout.outputs_closed()) return why + " (the limit for a child to exit)";
+  why += " (the limit for a silent ctags run)";
+  if (!reading.empty()) {
+    why += "; its parser may be stuck on " + std::string(reading) +
+           " or a file listed after it: check that file with ctags alone";
+  }
+  return why;
+}
+
 // --options=NONE comes first, so that no .ctags.d of the repository can
 // redirect the output or switch parsers off. The list goes on stdin in
 // order, each name prefixed with "./" so that none reads as an option.
@@ -158,7 +176,8 @@ void run_ctags(const CtagsOptions& options, TagStream& stream, FileQueue& queue)
       .environment = subprocess::inherited_environment(),
       .input = stream.file_list(),
       .working_directory = options.repo_root,
-      .inactivity_limit = {},
+      .inactivity_limit = options.inactivity_limit,
+      .exit_grace = subprocess::kExitGrace,
       .stop = &queue.cancelled(),
       .silence_check = {},
       .on_silence = nullptr};
@@ -172,6 +191,8 @@ void run_ctags(const CtagsOptions& options, TagStream& stream, FileQueue& queue)
     });
   } catch (const subprocess::Interrupted&) {
     throw Cancelled{};
+  } catch (const subprocess::Timeout& e) {
+    throw IndexError(failure(stuck(e, stream.reading())));
   } catch (const std::system_error& e) {
     if (e.code().value() != ENOENT) throw;
     std::throw_with_nested(IndexError(
@@ -191,6 +212,7 @@ class Readers {
  public:
   Readers(const CtagsOptions& options, std::vector<TagStream>& streams, FileQueue& queue)
       : queue_(queue) {
+    const BlockedSignals held;  // the readers leave the program's signals to its own thread
     for (TagStream& stream : streams) {
       threads_.emplace_back([&options, &stream, &queue] {
         try {

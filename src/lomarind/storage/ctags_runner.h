@@ -4,12 +4,14 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <filesystem>
 #include <functional>
 #include <string>
 #include <vector>
 
 #include "lomarind/storage/index_writer.h"
+#include "lomarind/utils/subprocess.h"
 
 namespace lomarind::repository_changes {
 
@@ -18,6 +20,9 @@ struct CtagsOptions {
   std::string program = "ctags";    // a path, or a name looked up on PATH
   int jobs = 2;                     // ctags processes run at once
   const std::atomic<bool>* stop = nullptr;
+  // A ctags run silent this long is stopped: a parser stuck on one file
+  // must not hang an unattended run.
+  std::chrono::milliseconds inactivity_limit = subprocess::kInactivityLimit;
 };
 
 // Reads the symbols of `files` (paths relative to the root; each file's
@@ -27,7 +32,8 @@ struct CtagsOptions {
 // REQUIRES: every file is a regular file inside the root, and its path is
 // valid UTF-8 without line breaks.
 // Returns early, with some files not handed over, once *stop is set.
-// Throws IndexError when ctags is missing or fails; an exception from
+// Throws IndexError when ctags is missing, fails or stays silent past the
+// limit; an exception from
 // `on_file` stops every ctags process and propagates.
 void extract_symbols(const CtagsOptions& options, std::vector<IndexedFile> files,
                      const std::function<void(IndexedFile)>& on_file);

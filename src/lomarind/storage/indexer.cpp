@@ -13,6 +13,7 @@
 #include "lomarind/storage/index_writer.h"
 #include "lomarind/storage/sqlite_index.h"
 #include "lomarind/utils/language_filter.h"
+#include "lomarind/utils/subprocess.h"
 
 namespace lomarind::indexer {
 namespace {
@@ -107,7 +108,8 @@ void read_files(const IndexerOptions& options, std::vector<rc::IndexedFile> file
   rc::extract_symbols({.repo_root = options.repo_root,
                        .program = options.ctags_program,
                        .jobs = 2,
-                       .stop = options.stop},
+                       .stop = options.stop,
+                       .inactivity_limit = options.ctags_inactivity_limit},
                       std::move(sources), store);
 }
 
@@ -121,11 +123,14 @@ void record_run(rc::IndexWriter& writer, const std::optional<std::string>& head,
   writer.set_meta_paths(kDirtyPrefix, dirty);
 }
 
-}  // namespace
+rc::IndexError interrupted(const IndexerOptions& options) {
+  return rc::IndexError("indexing interrupted: " + options.index_path.string() +
+                        " is left as it was");
+}
 
-IndexSummary build_index(const IndexerOptions& options) {
+IndexSummary update_index(const IndexerOptions& options) {
   const auto started = std::chrono::steady_clock::now();
-  const rc::GitIndexSource git_program;
+  const rc::GitIndexSource git_program(git_utils::GitRunner().stopped_by(options.stop));
   const rc::IndexGit& git = options.git != nullptr ? *options.git : git_program;
   // Git is asked first, so that outside a repository no index file appears.
   std::vector<std::string> tracked = git.tracked_files(options.repo_root);
@@ -142,10 +147,7 @@ IndexSummary build_index(const IndexerOptions& options) {
   for (const std::string& path : plan.removed) writer.remove_file(path);
   for (const rc::IndexedFile& file : plan.facts_changed) writer.set_facts(file);
   record_run(writer, head, dirty);
-  if (stopped(options)) {
-    throw rc::IndexError("indexing interrupted: " + options.index_path.string() +
-                         " is left as it was");
-  }
+  if (stopped(options)) throw interrupted(options);
   const rc::IndexWriter::Totals totals = writer.totals();
   writer.commit();
   return {
@@ -155,6 +157,16 @@ IndexSummary build_index(const IndexerOptions& options) {
       .seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count(),
       .incremental = changed.has_value(),
       .files_read = files_read};
+}
+
+}  // namespace
+
+IndexSummary build_index(const IndexerOptions& options) {
+  try {
+    return update_index(options);
+  } catch (const subprocess::Interrupted&) {
+    throw interrupted(options);  // a git command was stopped on the way
+  }
 }
 
 std::filesystem::path default_index_path(const std::filesystem::path& repo_root) {

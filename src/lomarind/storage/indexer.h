@@ -6,12 +6,14 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <cstddef>
 #include <filesystem>
 #include <functional>
 #include <string>
 
 #include "lomarind/storage/index_git.h"
+#include "lomarind/utils/subprocess.h"
 
 namespace lomarind::indexer {
 
@@ -27,6 +29,8 @@ struct IndexerOptions {
   std::string ctags_program = "ctags";  // a path, or a name looked up on PATH
   // What git is asked; null: the git program. Must outlive the run.
   const repository_changes::IndexGit* git = nullptr;
+  // A ctags run silent this long is stopped and the run fails.
+  std::chrono::milliseconds ctags_inactivity_limit = subprocess::kInactivityLimit;
 };
 
 struct IndexSummary {

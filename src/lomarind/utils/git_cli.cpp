@@ -10,6 +10,7 @@
 #include <thread>
 #include <unordered_set>
 
+#include "lomarind/utils/blocked_signals.h"
 #include "lomarind/utils/git_parse.h"
 #include "lomarind/utils/log_parser.h"
 #include "lomarind/utils/time_spec.h"
@@ -180,11 +181,14 @@ std::vector<CommitChanges> GitCli::read_commit_changes(
   const std::size_t slices = slice_count(commits.size());
   const std::size_t per_slice = (commits.size() + slices - 1) / std::max<std::size_t>(slices, 1);
   std::vector<std::future<std::vector<CommitChanges>>> reads;
-  for (std::size_t first = 0; first < commits.size(); first += per_slice) {
-    std::span<const std::string> slice(commits.data() + first,
-                                       std::min(per_slice, commits.size() - first));
-    reads.push_back(std::async(std::launch::async,
-                               [this, &repo_root, slice] { return read_slice(repo_root, slice); }));
+  {
+    const BlockedSignals held;  // the slices' threads leave the host's signals to it
+    for (std::size_t first = 0; first < commits.size(); first += per_slice) {
+      std::span<const std::string> slice(commits.data() + first,
+                                         std::min(per_slice, commits.size() - first));
+      reads.push_back(std::async(
+          std::launch::async, [this, &repo_root, slice] { return read_slice(repo_root, slice); }));
+    }
   }
   std::vector<CommitChanges> all;
   all.reserve(commits.size());

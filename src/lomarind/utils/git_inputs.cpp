@@ -1,15 +1,16 @@
 #include "lomarind/utils/git_inputs.h"
 
+#include <pwd.h>
 #include <sys/stat.h>
 
-#include <algorithm>
-#include <cctype>
 #include <chrono>
 #include <fstream>
+#include <iterator>
 #include <optional>
 #include <string_view>
 #include <system_error>
 
+#include "lomarind/utils/git_config_text.h"
 #include "lomarind/utils/git_utils.h"
 
 namespace lomarind::git_utils {
@@ -28,13 +29,6 @@ std::optional<std::string> variable(const std::vector<std::string>& environment,
     }
   }
   return std::nullopt;
-}
-
-std::string lower(std::string_view text) {
-  std::string out(text);
-  std::transform(out.begin(), out.end(), out.begin(),
-                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-  return out;
 }
 
 std::string_view trim(std::string_view text) {
@@ -81,31 +75,38 @@ std::string first_line(const fs::path& file, const std::string& role) {
   return line;
 }
 
+// The whole of a regular file; empty when it cannot be read.
+std::string file_text(const fs::path& file) {
+  std::ifstream in(file, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(in), {});
+}
+
+bool is_include(const ConfigEntry& entry) {
+  return entry.key == "path" && entry.value &&
+         ((entry.section == "include" && entry.subsection.empty()) ||
+          (entry.section == "includeif" && !entry.subsection.empty()));
+}
+
 class ConfigWalk {
  public:
-  explicit ConfigWalk(const std::vector<std::string>& environment)
-      : home_(variable(environment, "HOME").value_or("")) {}
+  ConfigWalk(const std::vector<std::string>& environment, fs::path work_tree)
+      : home_(variable(environment, "HOME").value_or("")), work_tree_(std::move(work_tree)) {}
 
-  // Checks `file` and, when it is regular, what it includes.
+  // Checks `file` and, when it is regular, what it includes. Every
+  // includeIf counts, whether or not its condition holds.
   void visit(const fs::path& file, const std::string& role, int depth) {
     check({file, role});
-    std::ifstream in(file);
-    if (!in || depth > kMaxIncludeDepth) return;
-    std::string section;
-    for (std::string line; std::getline(in, line);) {
-      std::string_view text = trim(line);
-      if (text.starts_with('[')) {
-        section = lower(text.substr(1, text.find_first_of(" \t\"]") - 1));
-        continue;
-      }
-      const std::size_t equals = text.find('=');
-      if (equals == std::string_view::npos) continue;
-      const std::string key = lower(trim(text.substr(0, equals)));
-      const fs::path value = expand(trim(text.substr(equals + 1)), file);
-      if ((section == "include" || section == "includeif") && key == "path") {
-        visit(value, "the config file included by " + file.string(), depth + 1);
-      } else if (section == "core" && key == "attributesfile") {
-        attributes_file_ = value;
+    std::error_code error;
+    if (depth > kMaxIncludeDepth || !fs::is_regular_file(file, error)) return;
+    for (const ConfigEntry& entry : parse_git_config(file_text(file))) {
+      if (is_include(entry)) {
+        // A relative include is relative to the file that names it.
+        visit(file.parent_path() / expand(*entry.value),
+              "the config file included by " + file.string(), depth + 1);
+      } else if (entry.section == "core" && entry.subsection.empty() &&
+                 entry.key == "attributesfile" && entry.value) {
+        // git reads it from the top of the work tree, where it runs.
+        attributes_file_ = work_tree_ / expand(*entry.value);
       }
     }
   }
@@ -114,18 +115,30 @@ class ConfigWalk {
   const std::string& home() const { return home_; }
 
  private:
-  // A quoted value loses its quotes; "~/" is the home folder; a relative
-  // include is relative to the file that names it.
-  fs::path expand(std::string_view value, const fs::path& file) const {
-    if (value.size() >= 2 && value.front() == '"' && value.back() == '"') {
-      value = value.substr(1, value.size() - 2);
+  // "~/..." is in our home folder and "~name/..." in that user's, as git
+  // reads them (an absolute result replaces what it is appended to).
+  fs::path expand(std::string_view value) const {
+    if (!value.starts_with('~')) return fs::path(value);
+    const std::size_t slash = value.find('/');
+    const std::string_view user = value.substr(1, slash - 1);
+    const std::string_view rest = slash == std::string_view::npos ? "" : value.substr(slash + 1);
+    return (user.empty() ? fs::path(home_) : home_of(std::string(user))) / rest;
+  }
+
+  // The home folder of `user`; a name without one expands to nothing git
+  // could open, so a missing file stands in for it.
+  static fs::path home_of(const std::string& user) {
+    struct passwd entry, *found = nullptr;
+    std::string buffer(16384, '\0');
+    if (::getpwnam_r(user.c_str(), &entry, buffer.data(), buffer.size(), &found) != 0 ||
+        found == nullptr) {
+      return "/nonexistent";
     }
-    if (value.starts_with("~/")) return fs::path(home_) / value.substr(2);
-    const fs::path path(value);
-    return path.is_absolute() ? path : file.parent_path() / path;
+    return entry.pw_dir;
   }
 
   std::string home_;
+  fs::path work_tree_;
   std::optional<fs::path> attributes_file_;
 };
 
@@ -166,7 +179,7 @@ void refuse_blocking_inputs(const fs::path& repo_root,
   const auto dirs = git_dirs(repo_root);
   if (!dirs) return;
   const auto& [work_tree, git_dir, common_dir] = *dirs;
-  ConfigWalk config(environment);
+  ConfigWalk config(environment, work_tree);
   const std::string xdg = variable(environment, "XDG_CONFIG_HOME").value_or("");
   const fs::path user_git =
       xdg.empty() ? fs::path(config.home()) / ".config" / "git" : fs::path(xdg) / "git";

@@ -15,7 +15,9 @@ namespace lomarind::git_utils {
 // command in `repo_root`, that exists but is no regular file: the work
 // tree's .gitattributes, info/attributes, core.attributesFile, the
 // repository's and the user's config files and what their include.path and
-// includeIf.*.path name. `environment` ("NAME=value") gives HOME and
+// includeIf.*.path name (every includeIf, whatever its condition), the
+// config read as git reads it (git_config_text.h). `environment`
+// ("NAME=value") gives HOME and
 // XDG_CONFIG_HOME as git sees them. Outside a repository it checks nothing.
 void refuse_blocking_inputs(const std::filesystem::path& repo_root,
                             const std::vector<std::string>& environment);

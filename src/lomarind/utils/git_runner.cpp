@@ -68,12 +68,18 @@ std::string_view trim(std::string_view text) {
 
 // Names the git command (not our safety options) and the limit, and where
 // to look: git waits silently on a file that never delivers data.
-std::string silence_message(const std::vector<std::string>& args, std::chrono::milliseconds limit) {
+std::string timeout_message(const std::vector<std::string>& args,
+                            const subprocess::Timeout& timeout) {
   std::string command = "git";
   if (!args.empty()) command += " " + args.front();
-  return command + " printed nothing for " +
-         std::to_string(std::chrono::ceil<std::chrono::seconds>(limit).count()) +
-         " s and was stopped (the limit for a silent git command); look for a file in the "
+  const std::string seconds =
+      std::to_string(std::chrono::ceil<std::chrono::seconds>(timeout.limit()).count()) + " s";
+  if (timeout.outputs_closed()) {
+    return command + " closed its output but had not exited " + seconds +
+           " later and was stopped (the limit for a git command to exit)";
+  }
+  return command + " printed nothing for " + seconds +
+         " and was stopped (the limit for a silent git command); look for a file in the "
          "repository that git waits on, such as a named pipe";
 }
 
@@ -93,7 +99,7 @@ bool GitRunner::fits_command_line(const std::filesystem::path& repo_root,
 
 std::vector<std::string> GitRunner::command_line(const std::filesystem::path& repo_root,
                                                  const std::vector<std::string>& args) const {
-  std::vector<std::string> argv = {git_program_};
+  std::vector<std::string> argv = {options_.git_program};
   argv.insert(argv.end(), std::begin(kSafetyOptions), std::end(kSafetyOptions));
   argv.push_back("-C");
   argv.push_back(repo_root.string());
@@ -104,7 +110,7 @@ std::vector<std::string> GitRunner::command_line(const std::filesystem::path& re
 std::vector<std::string> GitRunner::environment() const {
   std::vector<std::string> env;
   std::vector<std::string> start =
-      environment_ ? *environment_ : subprocess::inherited_environment();
+      options_.environment ? *options_.environment : subprocess::inherited_environment();
   for (std::string& entry : start) {
     if (!is_dropped(entry)) env.push_back(std::move(entry));
   }
@@ -115,16 +121,18 @@ std::vector<std::string> GitRunner::environment() const {
 GitResult GitRunner::run(const std::filesystem::path& repo_root,
                          const std::vector<std::string>& args,
                          const subprocess::OutputSink& on_stdout, const std::string& input) const {
-  subprocess::Command command{.argv = command_line(repo_root, args),
-                              .environment = environment(),
-                              .input = input,
-                              .working_directory = {},
-                              .inactivity_limit = inactivity_limit_,
-                              .stop = nullptr,
-                              .silence_check = std::min(kSilenceCheck, inactivity_limit_ / 2),
-                              .on_silence = [&repo_root] {
-                                refuse_blocking_attributes_in_work_tree(repo_root, kSilenceCheck);
-                              }};
+  subprocess::Command command{
+      .argv = command_line(repo_root, args),
+      .environment = environment(),
+      .input = input,
+      .working_directory = {},
+      .inactivity_limit = options_.inactivity_limit,
+      .exit_grace = subprocess::kExitGrace,
+      .stop = options_.stop,
+      .silence_check = std::min(kSilenceCheck, options_.inactivity_limit / 2),
+      .on_silence = [&repo_root] {
+        refuse_blocking_attributes_in_work_tree(repo_root, kSilenceCheck);
+      }};
   refuse_blocking_inputs(repo_root, command.environment);
   subprocess::Result result;
   try {
@@ -135,7 +143,7 @@ GitResult GitRunner::run(const std::filesystem::path& repo_root,
     }
     throw GitError(e.what(), command.argv);  // it names the program and the cause
   } catch (const subprocess::Timeout& e) {
-    throw GitError(silence_message(args, e.limit()), command.argv);
+    throw GitError(timeout_message(args, e), command.argv);
   }
   if (result.signal != 0) {
     throw GitError("git was killed by signal " + std::to_string(result.signal), command.argv,

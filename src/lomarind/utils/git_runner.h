@@ -4,6 +4,7 @@
 // drained together. Every git command of the library goes through here.
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <filesystem>
 #include <optional>
@@ -25,7 +26,7 @@ struct GitResult {
 // A git command that prints nothing on stdout or stderr for this long is
 // stopped: no command of ours is silent that long unless git waits on
 // something that never comes.
-inline constexpr std::chrono::seconds kGitInactivityLimit{300};
+inline constexpr std::chrono::seconds kGitInactivityLimit = subprocess::kInactivityLimit;
 
 // A git command silent this long (or half its limit, when that is shorter)
 // may be waiting on a named pipe in a folder of the work tree: the work
@@ -33,23 +34,47 @@ inline constexpr std::chrono::seconds kGitInactivityLimit{300};
 // stopped if it is found.
 inline constexpr std::chrono::milliseconds kSilenceCheck{2000};
 
+struct GitRunnerOptions {
+  std::string git_program = "git";  // a path, or a name looked up on PATH
+  // The environment each command starts from ("NAME=value" entries); none:
+  // this process's at the time of the call. The GIT_* scrub applies to it
+  // all the same.
+  std::optional<std::vector<std::string>> environment;
+  std::chrono::milliseconds inactivity_limit = kGitInactivityLimit;
+  // Once *stop is true, a running command is killed and run() throws
+  // subprocess::Interrupted. Must outlive the runner.
+  const std::atomic<bool>* stop = nullptr;
+};
+
 class GitRunner {
  public:
+  explicit GitRunner(GitRunnerOptions options) : options_(std::move(options)) {}
   // `git_program` is a path or a name looked up on PATH. Each command starts
   // from this process's environment at the time of the call.
-  explicit GitRunner(std::string git_program = "git") : git_program_(std::move(git_program)) {}
+  explicit GitRunner(std::string git_program = "git") {
+    options_.git_program = std::move(git_program);
+  }
   // As above, but each command starts from `environment` ("NAME=value"
-  // entries) instead of ours. The GIT_* scrub applies to it all the same.
+  // entries) instead of ours.
   GitRunner(std::string git_program, std::vector<std::string> environment,
-            std::chrono::milliseconds inactivity_limit = kGitInactivityLimit)
-      : git_program_(std::move(git_program)),
-        environment_(std::move(environment)),
-        inactivity_limit_(inactivity_limit) {}
+            std::chrono::milliseconds inactivity_limit = kGitInactivityLimit) {
+    options_.git_program = std::move(git_program);
+    options_.environment = std::move(environment);
+    options_.inactivity_limit = inactivity_limit;
+  }
+
+  // A copy whose commands stop once *stop is raised (null: never).
+  GitRunner stopped_by(const std::atomic<bool>* stop) const {
+    GitRunner copy = *this;
+    copy.options_.stop = stop;
+    return copy;
+  }
 
   // Runs `git <safety options> -C repo_root <args...>` and returns whatever
   // it exited with. Throws GitError only when git cannot be started
   // ("git is not installed or not on PATH"), dies from a signal, stays
-  // silent past the inactivity limit, or its exit status cannot be learnt. With
+  // silent past the inactivity limit, or its exit status cannot be learnt;
+  // subprocess::Interrupted when the stop token is raised meanwhile. With
   // `on_stdout`, stdout goes there in pieces as git writes it (and
   // GitResult::out stays empty); what it throws ends git and propagates.
   // `input`, when not empty, is written to git's stdin.
@@ -81,9 +106,7 @@ class GitRunner {
   std::vector<std::string> environment() const;
 
  private:
-  std::string git_program_;
-  std::optional<std::vector<std::string>> environment_;
-  std::chrono::milliseconds inactivity_limit_ = kGitInactivityLimit;
+  GitRunnerOptions options_;
 };
 
 // The repository's git common dir, absolute: the folder that every worktree

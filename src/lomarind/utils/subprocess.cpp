@@ -2,8 +2,6 @@
 
 #include <fcntl.h>
 #include <poll.h>
-#include <signal.h>
-#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -16,6 +14,7 @@
 #include <utility>
 
 #include "lomarind/utils/child_pipes.h"
+#include "lomarind/utils/child_process.h"
 #include "lomarind/utils/program_path.h"
 
 extern char** environ;
@@ -27,106 +26,6 @@ namespace {
 // that each command does not fault in a new buffer; git writes in pages.
 constexpr std::size_t kReadChunk = 64 * 1024;
 constexpr int kPipeSize = 1 << 20;  // fewer wake-ups for large outputs
-
-std::vector<char*> c_strings(const std::vector<std::string>& strings) {
-  std::vector<char*> out;
-  out.reserve(strings.size() + 1);
-  for (const std::string& s : strings) out.push_back(const_cast<char*>(s.c_str()));
-  out.push_back(nullptr);
-  return out;
-}
-
-// Owns a started child, the leader of its own process group: unless it was
-// waited for, the whole group is killed and reaped, so that no exit path
-// leaves it (or a program it started) running, or a zombie behind.
-class ChildProcess {
- public:
-  ChildProcess(pid_t pid, std::string name) : pid_(pid), name_(std::move(name)) {
-    ::setpgid(pid_, pid_);  // also done by the child: whichever runs first wins the race
-  }
-  ~ChildProcess() {
-    if (pid_ > 0) {
-      ::kill(-pid_, SIGKILL);
-      ::kill(pid_, SIGKILL);
-      while (::waitpid(pid_, nullptr, 0) < 0 && errno == EINTR) {
-      }
-    }
-  }
-  ChildProcess(const ChildProcess&) = delete;
-  ChildProcess& operator=(const ChildProcess&) = delete;
-
-  // Returns the wait status. A host that ignores SIGCHLD has the kernel reap
-  // its children, and then no exit status can be known: that is an error,
-  // never a success.
-  int wait() {
-    int status = 0;
-    pid_t waited;
-    while ((waited = ::waitpid(pid_, &status, 0)) < 0 && errno == EINTR) {
-    }
-    const int error = errno;
-    pid_ = -1;
-    if (waited < 0) {
-      std::string what = "cannot learn how " + name_ + " exited";
-      if (error == ECHILD) {
-        what +=
-            " because this process ignores SIGCHLD; restore SIGCHLD's default action (SIG_DFL) "
-            "in the host process";
-      }
-      throw_errno(error, what);
-    }
-    return status;
-  }
-
- private:
-  pid_t pid_;
-  std::string name_;
-};
-
-struct ChildSetup {
-  const char* program;
-  char* const* argv;
-  char* const* envp;
-  const char* working_directory;  // null: ours
-  int stdio[3];
-  int report;  // receives errno when the exec fails
-  pid_t parent;
-};
-
-// Runs between fork and exec, so it makes system calls only.
-[[noreturn]] void exec_child(const ChildSetup& setup) {
-  // The kernel kills the child when the thread that started it dies, on any
-  // exit path, a fatal signal included.
-  ::prctl(PR_SET_PDEATHSIG, SIGKILL);
-  if (::getppid() != setup.parent) ::_exit(127);
-  // A group of its own: Ctrl-C on a terminal reaches us alone, and we decide
-  // how the child ends; killing the group ends whatever the child started.
-  ::setpgid(0, 0);
-  sigset_t none;
-  sigemptyset(&none);
-  ::sigprocmask(SIG_SETMASK, &none, nullptr);
-  struct sigaction default_action {};
-  default_action.sa_handler = SIG_DFL;
-  ::sigaction(SIGPIPE, &default_action, nullptr);  // a host may ignore it; exec keeps that
-  bool ready = true;
-  for (int i = 0; i < 3 && ready; ++i) ready = ::dup2(setup.stdio[i], i) == i;
-  if (ready && setup.working_directory != nullptr) ready = ::chdir(setup.working_directory) == 0;
-  if (ready) {
-    ::close_range(3, ~0U, CLOSE_RANGE_CLOEXEC);  // descriptors a host left inheritable
-    ::execve(setup.program, setup.argv, setup.envp);
-  }
-  int error = errno;
-  [[maybe_unused]] ssize_t ignored = ::write(setup.report, &error, sizeof error);
-  ::_exit(127);
-}
-
-// Blocks until the child has exec'd (0) or failed to (its errno).
-int exec_error(const UniqueFd& report) {
-  int error = 0;
-  ssize_t n;
-  while ((n = ::read(report.get(), &error, sizeof error)) < 0 && errno == EINTR) {
-  }
-  return n == static_cast<ssize_t>(sizeof error) ? error : 0;
-}
 
 // Moves data between us and a running child until it closes stdout and
 // stderr. Stdin is fed as the child reads it, never blocking the drain.
@@ -262,49 +161,47 @@ void fill_status(int status, Result& result) {
 
 Result run(const Command& command, const OutputSink& on_stdout) {
   if (command.argv.empty()) throw_errno(EINVAL, "no program to run");
-  std::string program = find_program(command.argv[0], command.environment);
-  std::vector<char*> argv = c_strings(command.argv);
-  std::vector<char*> envp = c_strings(command.environment);
   const std::string& name = command.argv[0];
   FdPair in = input_channel(!command.input.empty(), name);
   FdPair out = output_pipe(name);
   FdPair err = output_pipe(name);
   ::fcntl(out.ours.get(), F_SETPIPE_SZ, kPipeSize);  // best effort
-  FdPair report = output_pipe(name);
-  ChildSetup setup{program.c_str(),
-                   argv.data(),
-                   envp.data(),
-                   command.working_directory.empty() ? nullptr : command.working_directory.c_str(),
-                   {in.child.get(), out.child.get(), err.child.get()},
-                   report.child.get(),
-                   ::getpid()};
-  pid_t pid = ::fork();
-  if (pid < 0) throw_errno(errno, "cannot start " + name);
-  if (pid == 0) exec_child(setup);
-  ChildProcess child(pid, name);
+  ChildProcess child({.program = find_program(name, command.environment),
+                      .argv = command.argv,
+                      .environment = command.environment,
+                      .working_directory = command.working_directory,
+                      .stdio = {in.child.get(), out.child.get(), err.child.get()}});
   in.child.reset();
   out.child.reset();
   err.child.reset();
-  report.child.reset();
-  if (int error = exec_error(report.ours); error != 0) {
-    child.wait();
-    throw_errno(error, "cannot run " + name);
-  }
   Result result;
   Pump(command, std::move(in.ours), std::move(out.ours), std::move(err.ours), on_stdout, result)
       .run();
-  fill_status(child.wait(), result);
+  fill_status(child.wait(command.exit_grace, command.stop), result);
   return result;
 }
 
 Interrupted::Interrupted(const std::string& program)
     : std::runtime_error(program + " was stopped: the run was interrupted") {}
 
-Timeout::Timeout(const std::string& program, std::chrono::milliseconds limit)
-    : std::runtime_error(program + " printed nothing for " +
-                         std::to_string(std::chrono::ceil<std::chrono::seconds>(limit).count()) +
-                         " s and was stopped"),
-      limit_(limit) {}
+namespace {
+
+std::string timeout_message(const std::string& program, std::chrono::milliseconds limit,
+                            bool outputs_closed) {
+  const std::string seconds =
+      std::to_string(std::chrono::ceil<std::chrono::seconds>(limit).count()) + " s";
+  if (outputs_closed) {
+    return program + " closed its output but had not exited " + seconds + " later and was stopped";
+  }
+  return program + " printed nothing for " + seconds + " and was stopped";
+}
+
+}  // namespace
+
+Timeout::Timeout(const std::string& program, std::chrono::milliseconds limit, bool outputs_closed)
+    : std::runtime_error(timeout_message(program, limit, outputs_closed)),
+      limit_(limit),
+      outputs_closed_(outputs_closed) {}
 
 std::vector<std::string> inherited_environment() {
   std::vector<std::string> env;

@@ -2,9 +2,11 @@
 // shell), a caller-supplied environment and optional data on stdin, while
 // draining stdout and stderr together so that no amount of output can
 // deadlock. A child never outlives the call: it is waited for on success and
-// killed and reaped when anything goes wrong, and on Linux the kernel kills
-// it if our process dies first. Each child leads a process group of its own,
-// so a terminal's Ctrl-C reaches only us, and ending it ends what it started.
+// killed and reaped when anything goes wrong, and a watchdog process kills
+// it if our process dies first (child_watchdog.h). Children are started with
+// posix_spawn, so a large host neither copies its page tables nor needs the
+// memory for a copy. Each child leads a process group of its own, so a
+// terminal's Ctrl-C reaches only us, and ending it ends what it started.
 #pragma once
 
 #include <atomic>
@@ -18,6 +20,14 @@
 
 namespace lomarind::subprocess {
 
+// A child that prints nothing on stdout or stderr this long is waiting on
+// something that never comes: no git or ctags run of ours is otherwise
+// silent that long.
+inline constexpr std::chrono::seconds kInactivityLimit{300};
+
+// How long a child that closed its outputs has to exit.
+inline constexpr std::chrono::seconds kExitGrace{10};
+
 struct Command {
   // argv[0] is a path, or a program name looked up on the PATH of
   // `environment` (empty and relative PATH entries are skipped).
@@ -28,6 +38,10 @@ struct Command {
   // When stdout and stderr both stay silent this long, the child is killed
   // and run() throws Timeout. Zero: no limit.
   std::chrono::milliseconds inactivity_limit{0};
+  // A child that closed both outputs but has not exited this long after is
+  // killed, and run() throws Timeout: it has nothing more to say, yet would
+  // hold us forever.
+  std::chrono::milliseconds exit_grace{kExitGrace};
   // Once *stop is true (looked at every 100 ms), the child is killed and
   // run() throws Interrupted.
   const std::atomic<bool>* stop = nullptr;
@@ -54,13 +68,18 @@ class Interrupted : public std::runtime_error {
   explicit Interrupted(const std::string& program);
 };
 
+// The child was killed for keeping us waiting: silent past the inactivity
+// limit, or, with `outputs_closed`, not exiting within the grace after it
+// closed its outputs.
 class Timeout : public std::runtime_error {
  public:
-  Timeout(const std::string& program, std::chrono::milliseconds limit);
+  Timeout(const std::string& program, std::chrono::milliseconds limit, bool outputs_closed = false);
   std::chrono::milliseconds limit() const { return limit_; }
+  bool outputs_closed() const { return outputs_closed_; }
 
  private:
   std::chrono::milliseconds limit_;
+  bool outputs_closed_;
 };
 
 // Runs `command` to completion. Stdout goes to `on_stdout` when given, else

@@ -11,6 +11,7 @@
 #include <fstream>
 
 #include "lomarind/storage/sqlite_index.h"
+#include "support/processes.h"
 #include "support/temp_git_repo.h"
 
 namespace lomarind::indexer {
@@ -164,6 +165,19 @@ TEST_F(IndexerTest, UnfinishedRunLeavesThePreviousIndexWhole) {
   EXPECT_THAT([&] { build_index(no_ctags); },
               ThrowsMessage<IndexError>(
                   HasSubstr("not installed or not on PATH; install universal-ctags")));
+  EXPECT_EQ(rows(), before);
+
+  // A parser stuck on one file: the run stops at the limit, saying so.
+  const std::filesystem::path stuck = dir_.path() / "ctags", pid_file = dir_.path() / "pid";
+  lomarind::testing::write_hanging_program(stuck, pid_file);
+  IndexerOptions silent = options(true);
+  silent.ctags_program = stuck.string();
+  silent.ctags_inactivity_limit = std::chrono::milliseconds(300);
+  EXPECT_THAT([&] { build_index(silent); },
+              ThrowsMessage<IndexError>(HasSubstr(
+                  "ctags printed nothing for 1 s and was stopped (the limit for a silent ctags "
+                  "run); its parser may be stuck on ")));
+  EXPECT_TRUE(lomarind::testing::hanging_sleep_ends(pid_file));
   EXPECT_EQ(rows(), before);
 
   const pid_t child = ::fork();

@@ -59,6 +59,16 @@ TEST_F(GitRunnerTest, FifoWhereGitReadsAttributesOrConfigIsRefused) {
       {"relative includeIf path", git_dir / "included",
        "[includeIf \"gitdir:/\"]\n path = included\n"},
       {"commondir, which we read ourselves", git_dir / "commondir", ""},
+      // The config is read as git reads it: what follows is the FIFO's path.
+      {"include.path before a comment", "", "[include]\n path = " + fifo + " ; a note\n"},
+      {"quoted include.path before a comment", "",
+       "[include]\n path = \"" + fifo + "\" # a note\n"},
+      {"include.path continued on the next line", "",
+       "[include]\n path = " + scratch_.path().string() + "/\\\nfifo\n"},
+      {"an escaped quote in include.path", scratch_.path() / "fi\"fo",
+       "[include] path = \"" + scratch_.path().string() + "/fi\\\"fo\"\n"},
+      {"core.attributesFile before a comment", "",
+       "[core]\n attributesFile = " + fifo + " ; a note\n"},
   };
   // A backstop: a failing case ends in seconds rather than hanging.
   GitCli git(GitRunner("git", {"PATH=/usr/bin:/bin", "HOME=" + scratch_.path().string()},
