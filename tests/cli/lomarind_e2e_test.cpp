@@ -40,8 +40,8 @@ class LomarindProgramTest : public ::testing::Test {
     args.insert(args.begin(), LOMARIND_BINARY);
     return lomarind::testing::run_command(
         args, cwd.empty() ? repo_.root() : cwd,
-        {"HOME=" + home_.path().string(), "XDG_CONFIG_HOME=" + home_.path().string(),
-         "NO_COLOR=1", "GIT_CONFIG_NOSYSTEM=1"});
+        {"HOME=" + home_.path().string(), "XDG_CONFIG_HOME=" + home_.path().string(), "NO_COLOR=1",
+         "GIT_CONFIG_NOSYSTEM=1"});
   }
 
   Json answer(const std::vector<std::string>& args, std::filesystem::path cwd = {}) const {
@@ -128,9 +128,10 @@ TEST_F(LomarindProgramTest, RepoMayBeAnyFolderInsideAWorkTree) {
   EXPECT_EQ(Json::parse(result.out)["total_count"], 3);
 }
 
-TEST_F(LomarindProgramTest, MissingIndexIsSaidOnceAndIndexCommandBuildsIt) {
+TEST_F(LomarindProgramTest, MissingIndexIsSaidOnceWhereUsedAndAnIndexOfAnotherCommitIsSaid) {
   const std::vector<std::string> components = {"hotspots",   "--since",   "2023-01-01",
                                                "--group-by", "component", "--json"};
+  EXPECT_EQ(lomarind({"diff", "--base", "HEAD~1"}).err, "");  // no index needed
   const CommandResult before = lomarind(components);
   ASSERT_EQ(before.status, 0) << before.err;
   const std::string index = (repo_.root() / ".git" / "lomarind" / "index.db").string();
@@ -145,6 +146,14 @@ TEST_F(LomarindProgramTest, MissingIndexIsSaidOnceAndIndexCommandBuildsIt) {
   const CommandResult after = lomarind(components);
   EXPECT_EQ(after.err, "");
   EXPECT_EQ(Json::parse(after.out)["hotspots"][0]["name"], "src");
+  EXPECT_EQ(lomarind({"diff", "--base", "HEAD~1", "--symbols"}).err, "");
+
+  repo_.write("README.md", "hello again\n");
+  repo_.commit("fourth", kStart + 3 * kDay);
+  const CommandResult stale = lomarind({"diff", "--base", "HEAD~1", "--symbols"});
+  EXPECT_EQ(stale.status, 0);
+  EXPECT_TRUE(stale.err.starts_with("lomarind: the index holds commit ")) << stale.err;
+  EXPECT_NE(stale.err.find(", not HEAD ("), std::string::npos) << stale.err;
 
   const CommandResult bad = lomarind({"diff", "--index", (repo_.root() / "README.md").string()});
   EXPECT_EQ(bad.status, 1);

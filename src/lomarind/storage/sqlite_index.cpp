@@ -114,6 +114,18 @@ IndexDb IndexDb::open_for_queries(const std::filesystem::path& path) {
 
 bool IndexDb::empty() const { return impl_ == nullptr; }
 
+std::optional<std::string> IndexDb::indexed_commit() const {
+  if (empty()) return std::nullopt;
+  const std::lock_guard lock(impl_->mutex);
+  try {
+    SQLite::Statement query(impl_->db, "SELECT value FROM meta WHERE key = 'indexed_commit'");
+    if (query.executeStep()) return optional_text(query.getColumn(0));
+  } catch (const SQLite::Exception&) {
+    throw_index_error(impl_->path, "query");
+  }
+  return std::nullopt;
+}
+
 IndexedPaths SqliteIndex::indexed_paths(const IndexDb& db,
                                         const std::vector<std::string>& paths) const {
   IndexedPaths found;
