@@ -154,9 +154,10 @@ HostNeighbours::HostNeighbours(const py::module_& host, const py::object& repo_r
           {.now =
                [] {
                  return std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
-               }},
+               },
+           .runner = git_utils::GitRunner().stopped_by(&stop)},
           sink),
-      git(host, repo_root, production.neighbours().git),
+      git(host, repo_root, production.neighbours().git, stop),
       index(host, db, production.neighbours().index),
       filters(host, production.neighbours().filters) {}
 

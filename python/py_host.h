@@ -10,6 +10,7 @@
 
 #include <pybind11/pybind11.h>
 
+#include <atomic>
 #include <stdexcept>
 
 #include "lomarind/storage/repository_changes.h"
@@ -58,8 +59,11 @@ using HostValueError = HostError<std::invalid_argument>;
 // that parse_time_spec returned.
 class HostGitReader final : public git_utils::GitReader {
  public:
-  HostGitReader(py::module_ host, py::object repo_root, const git_utils::GitReader& own)
-      : host_(std::move(host)), repo_root_(std::move(repo_root)), own_(own) {}
+  // `stop` is what the production reader's git commands stop on; a signal
+  // that reaches the host while one runs raises it.
+  HostGitReader(py::module_ host, py::object repo_root, const git_utils::GitReader& own,
+                std::atomic<bool>& stop)
+      : host_(std::move(host)), repo_root_(std::move(repo_root)), own_(own), stop_(stop) {}
 
   std::optional<std::string> resolve_commit(const std::filesystem::path& repo_root,
                                             const std::string& name) const override;
@@ -99,6 +103,7 @@ class HostGitReader final : public git_utils::GitReader {
   py::module_ host_;
   py::object repo_root_;
   const git_utils::GitReader& own_;
+  std::atomic<bool>& stop_;
   mutable py::object last_start_;  // what a Python parse_time_spec last returned
   mutable std::chrono::sys_seconds last_start_seconds_{};
 };
@@ -165,6 +170,7 @@ struct HostNeighbours {
   HostNeighbours& operator=(const HostNeighbours&) = delete;
 
   HostLogSink sink;
+  std::atomic<bool> stop{false};  // raised by a signal while git runs
   git_history::ProductionHistory production;
   HostGitReader git;
   HostChangeIndex index;
