@@ -84,6 +84,14 @@ std::size_t past(std::string_view text, std::size_t from, std::string_view closi
   return found == std::string_view::npos ? text.size() : found + closing.size();
 }
 
+// `first`, `middle`, `last`: the closing of a raw string or long bracket.
+std::string closing(char first, std::string_view middle, char last) {
+  std::string text(1, first);
+  text.append(middle);
+  text.push_back(last);
+  return text;
+}
+
 }  // namespace
 
 bool is_word_byte(char c) {
@@ -166,9 +174,9 @@ std::optional<std::size_t> rust_raw_end(std::string_view text, std::size_t at) {
   std::size_t i = at + 1;
   while (i < text.size() && text[i] == '#') ++i;
   if (i >= text.size() || text[i] != '"') return std::nullopt;
-  std::string closing = "\"";
-  closing.append(i - at - 1, '#');
-  return past(text, i + 1, closing);
+  std::string terminator(i - at, '#');  // the quote, then as many #s as opened
+  terminator.front() = '"';
+  return past(text, i + 1, terminator);
 }
 
 std::optional<std::size_t> cpp_raw_end(std::string_view text, std::size_t at) {
@@ -177,14 +185,14 @@ std::optional<std::size_t> cpp_raw_end(std::string_view text, std::size_t at) {
   if (open == std::string_view::npos) return std::nullopt;
   const std::string_view delimiter = text.substr(at + 2, open - at - 2);
   if (delimiter.find_first_of(" )\\\t\n\"") != std::string_view::npos) return std::nullopt;
-  return past(text, open + 1, ")" + std::string(delimiter) + "\"");
+  return past(text, open + 1, closing(')', delimiter, '"'));
 }
 
 std::optional<std::size_t> long_bracket_end(std::string_view text, std::size_t at) {
   std::size_t i = at + 1;
   while (i < text.size() && text[i] == '=') ++i;
   if (i >= text.size() || text[i] != '[') return std::nullopt;
-  return past(text, i + 1, "]" + std::string(i - at - 1, '=') + "]");
+  return past(text, i + 1, closing(']', std::string(i - at - 1, '='), ']'));
 }
 
 std::optional<std::size_t> regex_end(std::string_view text, std::size_t at, std::size_t max_bytes,
