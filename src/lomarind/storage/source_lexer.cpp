@@ -97,7 +97,7 @@ class Lexer : public LexerState {
     }
     if (syntax_.slash_comments && rest.front() == '/' && (next == '/' || next == '*')) {
       skip_comment(next == '/'
-                       ? lit::line_end(text_, pos_)
+                       ? line_comment_end()
                        : lit::block_comment_end(text_, pos_, "/*", "*/", syntax_.nested_comments));
       return true;
     }
@@ -111,10 +111,17 @@ class Lexer : public LexerState {
     if ((syntax_.hash_comments && rest.front() == '#' && hash_starts_comment(next)) ||
         (syntax_.percent_comments && rest.front() == '%') ||
         (syntax_.semicolon_comments && rest.front() == ';')) {
-      skip_comment(lit::line_end(text_, pos_));
+      skip_comment(line_comment_end());
       return true;
     }
     return false;
+  }
+
+  // PHP's ?> ends a // or # comment along with the code.
+  std::size_t line_comment_end() const {
+    const std::size_t end = lit::line_end(text_, pos_);
+    if (!syntax_.php_tags) return end;
+    return std::min(end, text_.substr(0, end).find("?>", pos_));
   }
 
   bool hash_starts_comment(char next) const {

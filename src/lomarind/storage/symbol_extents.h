@@ -19,7 +19,7 @@ namespace lomarind::repository_changes {
 
 // Larger files keep one-line symbols: their extents are not worth the
 // memory, and ctags' largest inputs are generated code.
-constexpr std::size_t kMaxSourceBytes = std::size_t{32} << 20;
+constexpr std::size_t kMaxSourceBytes = std::size_t{16} << 20;
 
 // Whether end lines are derived for files of this language (the index's
 // language names: "rust", "javascript").

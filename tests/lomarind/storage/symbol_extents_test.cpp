@@ -106,12 +106,13 @@ const Case kBraceCases[] = {
      "type T struct {\n\tA int\n\tB string `json:\"}\"`\n}\ntype I interface {\n\tM() error\n}\n"
      "func (t *T) Run() {\n\ts := `\n}`\n\t_ = s\n}\n",
      {{1, 4}, {2, 2}, {3, 3}, {5, 7}, {6, 6}, {8, 12}}},
-    {"php: the page outside <?php, # comments, a heredoc, an abstract method",
+    {"php: the page outside <?php (also after ?> in a comment), # comments, a heredoc, "
+     "an abstract method",
      "php",
-     "<p>{ don't</p>\n<?php\nabstract class A {\n    abstract function f();\n"
-     "    function g() {\n        # }\n        $s = <<<EOT\n        }\n        EOT;\n"
-     "        return $s;\n    }\n}\n",
-     {{3, 12}, {4, 4}, {5, 11}}},
+     "<p>{ don't</p>\n<?php // ?>\n<p>don't</p>\n<?php\nabstract class A {\n"
+     "    abstract function f();\n    function g() {\n        # }\n        $s = <<<EOT\n"
+     "        }\n        EOT;\n        return $s;\n    }\n}\n",
+     {{5, 14}, {6, 6}, {7, 13}}},
 };
 
 TEST(SymbolExtentsTest, BracedBodiesAndStatements) { expect_extents(kBraceCases); }
