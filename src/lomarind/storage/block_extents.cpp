@@ -79,7 +79,8 @@ std::optional<std::uint32_t> BlockExtents::step(Walk& walk) {
   }
   // A closer here closes the block that holds the declaration.
   if (is_closer(token.kind)) return walk.last;
-  if (is_body(token.kind)) {
+  // Braces inside generics are a type (Shape<T = {}>), not the body.
+  if (is_body(token.kind) && walk.angles == 0) {
     return token.partner == kNoPartner ? std::max(walk.start, last_code_line_)
                                        : tokens[token.partner].line;
   }
@@ -108,7 +109,8 @@ void BlockExtents::scan_to(Walk& walk, std::size_t offset) {
     if (c == '"') {
       const std::size_t quote = text_.substr(0, offset).find('"', i + 1);
       i = quote == std::string_view::npos ? offset : quote;
-    } else if (c == '<' && after != '<' && after != '=' && before != '<') {
+    } else if (c == '<' && after != '<' && after != '=' && before != '<' &&
+               syntax_.blocks == BlockStyle::kBraces && !after_operator_keyword(i)) {
       ++walk.angles;
     } else if (c == '>' && before != '-' && before != '=' && after != '=' && walk.angles > 0) {
       --walk.angles;
@@ -119,6 +121,12 @@ void BlockExtents::scan_to(Walk& walk, std::size_t offset) {
     }
   }
   walk.scanned = offset;
+}
+
+// C++'s operator< names a function; its `<` opens no generics.
+bool BlockExtents::after_operator_keyword(std::size_t at) const {
+  const std::size_t end = text_.substr(0, at).find_last_not_of(" \t");
+  return end != std::string_view::npos && text_.substr(0, end + 1).ends_with("operator");
 }
 
 bool BlockExtents::is_body(TokenKind kind) const {

@@ -44,6 +44,7 @@ class BlockExtents {
   void scan_to(Walk& walk, std::size_t offset);
   // Takes `steps` from the file's budget; false once it is spent.
   bool spend(std::size_t steps);
+  bool after_operator_keyword(std::size_t at) const;
   bool is_body(TokenKind kind) const;
   bool ends_list(const Token& comma) const;
   std::optional<std::uint32_t> statement_end_between(std::uint32_t from, std::uint32_t to);

@@ -127,9 +127,9 @@ const Case kLineBreakCases[] = {
      "    return { a: 1 }\n  }\n  n = 2\n}\nconst o = {\n  p: function () {\n    return 1\n"
      "  },\n  q: 2,\n}\n",
      {{1, 1}, {2, 6}, {7, 8}, {9, 14}, {10, 12}, {13, 13}, {15, 20}, {16, 18}, {19, 19}}},
-    {"typescript: signatures without a body, chained calls, a union over lines",
+    {"typescript: braces in generics, signatures without a body, chained calls, a union",
      "typescript",
-     "interface I {\n  m(): void;\n  n(a: string): Promise<void>\n  o: number\n}\n"
+     "interface I<T = {}> {\n  m(): void;\n  n(a: string): Promise<void>\n  o: number\n}\n"
      "export const x = foo()\n  .then(() => {\n    done()\n  })\ntype U =\n  | 'a'\n  | 'b'\n",
      {{1, 5}, {2, 2}, {3, 3}, {4, 4}, {6, 9}, {10, 12}}},
     {"kotlin: supertypes on the next line, expression bodies, no body",
