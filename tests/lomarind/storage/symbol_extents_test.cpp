@@ -186,6 +186,55 @@ const Case kOtherBlockCases[] = {
 
 TEST(SymbolExtentsTest, KeywordIndentationAndFormBlocks) { expect_extents(kOtherBlockCases); }
 
+// One declaration or two in each of the remaining languages' syntax.
+const Case kMoreLanguageCases[] = {
+    {"objective-c: @interface and @implementation up to @end",
+     "objective-c",
+     "@interface Foo : NSObject\n- (void)bar;\n@end\n@implementation Foo\n- (void)bar {\n"
+     "  NSLog(@\"}\");\n}\n@end\n",
+     {{1, 3}, {2, 2}, {4, 8}, {5, 7}}},
+    {"c#: a verbatim string, a property, a where clause",
+     "csharp",
+     "class A<T> where T : class\n{\n    string P { get; set; }\n    string S = @\"}\"\"{\";\n"
+     "    void M()\n    {\n    }\n}\n",
+     {{1, 8}, {3, 3}, {4, 4}, {5, 7}}},
+    {"java: enum constants and a text block",
+     "java",
+     "enum E {\n    A(1),\n    B(2);\n    String s = \"\"\"\n        }\n        \"\"\";\n}\n",
+     {{1, 7}, {2, 2}, {3, 3}, {4, 6}}},
+    {"swift: a requirement without a body",
+     "swift",
+     "protocol P {\n    func f() -> Int\n}\nstruct S: P {\n    func f() -> Int {\n"
+     "        return 1\n    }\n}\n",
+     {{1, 3}, {2, 2}, {4, 8}, {5, 7}}},
+    {"scala: a head over two lines, an expression body",
+     "scala",
+     "object A extends B\n    with C {\n  def f(x: Int): Int =\n    x + 1\n  val y = 2\n}\n",
+     {{1, 6}, {3, 4}, {5, 5}}},
+    {"dart: a getter, a string with a brace",
+     "dart",
+     "class A {\n  int get x => 1;\n  void f() {\n    print('}');\n  }\n}\n",
+     {{1, 6}, {2, 2}, {3, 5}}},
+    {"zig: a multiline string line",
+     "zig",
+     "const S = struct {\n    const text =\n        \\\\ }\n    ;\n    fn f() void {}\n};\n",
+     {{1, 6}, {2, 4}, {5, 5}}},
+    {"r: a function and a value",
+     "r",
+     "f <- function(x) {\n  x + 1\n}\ng <- 2\n",
+     {{1, 3}, {4, 4}}},
+    {"haskell: a where clause, nested comments, a character",
+     "haskell",
+     "f :: Int -> Int\nf x =\n  x + 1 -- }\n  where {- nested {- -} -}\ng = 'a'\n",
+     {{1, 1}, {2, 4}, {5, 5}}},
+    {"ocaml: nested comments",
+     "ocaml",
+     "let f x =\n  (* (* nested *) *)\n  x + 1\ntype t = A | B\n",
+     {{1, 3}, {4, 4}}},
+};
+
+TEST(SymbolExtentsTest, EveryOtherLanguagesBlocks) { expect_extents(kMoreLanguageCases); }
+
 TEST(SymbolExtentsTest, UnterminatedBlocksRunToTheLastLine) {
   const Case cases[] = {
       {"c", "c", "int f(void) {\n  x();\n\n", {{1, 2}}},
@@ -237,6 +286,7 @@ TEST(SymbolExtentsTest, AnyTextGivesEndsWithinTheFile) {
   std::vector<Case> inputs(std::begin(kBraceCases), std::end(kBraceCases));
   inputs.insert(inputs.end(), std::begin(kLineBreakCases), std::end(kLineBreakCases));
   inputs.insert(inputs.end(), std::begin(kOtherBlockCases), std::end(kOtherBlockCases));
+  inputs.insert(inputs.end(), std::begin(kMoreLanguageCases), std::end(kMoreLanguageCases));
   for (const Case& input : inputs) {
     SCOPED_TRACE(input.name);
     for (std::size_t cut = 0; cut <= input.text.size(); ++cut) {
