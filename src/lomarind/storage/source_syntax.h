@@ -70,8 +70,11 @@ struct SourceSyntax {
   bool semicolon_comments = false;           // ; to the end of the line (Clojure)
   std::string_view block_comment_open = {};  // another block comment: "{-", "(*", "#="
   std::string_view block_comment_close = {};
-  std::string_view doc_block_open = {};   // at a line start, up to a line starting with
-  std::string_view doc_block_close = {};  // the close: Ruby =begin/=end, Perl POD
+  // A documentation block from a line starting with the open (as a word;
+  // "=" stands for any =word) to a line starting with the close: Ruby's
+  // =begin .. =end, Perl's POD (=head1 .. =cut).
+  std::string_view doc_block_open = {};
+  std::string_view doc_block_close = {};
 
   Quote double_quote = Quote::kString;
   Quote single_quote = Quote::kNone;
@@ -93,12 +96,12 @@ struct SourceSyntax {
   bool preprocessor = false;  // # directives on their own lines (C, C#)
   bool php_tags = false;      // code only between <?php and ?>
   bool objc_blocks = false;   // @interface/@implementation .. @end
-  bool data_end = false;
+  bool data_end = false;      // __END__ or __DATA__ ends the code
   // A `:` starts a list that trailing commas do not end (C++ base classes
   // and member initializers, Kotlin supertypes).
-  bool colon_lists = false;          // __END__ or __DATA__ ends the code
-  bool keywords_in_brackets = true;  // false: keywords inside ( ) or [ ]
-                                     // are plain words (Julia's a[end])
+  bool colon_lists = false;
+  // False: keywords inside ( ) or [ ] are plain words (Julia's a[end]).
+  bool keywords_in_brackets = true;
   std::span<const Keyword> keywords = {};
   // Words that, starting a line, continue the statement of the line
   // before (`where`, `extends`).
