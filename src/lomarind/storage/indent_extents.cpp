@@ -5,9 +5,7 @@
 namespace lomarind::repository_changes {
 namespace {
 
-// A declaration is looked for at most this far above a line that
-// continues it.
-constexpr std::uint32_t kMaxStatementLines = 10000;
+constexpr std::uint32_t kNoStatement = 0xffffffff;
 constexpr std::uint32_t kTabStop = 8;  // as Python reads a tab
 
 }  // namespace
@@ -15,13 +13,17 @@ constexpr std::uint32_t kTabStop = 8;  // as Python reads a tab
 // One pass with a stack of the statements whose blocks are still open: a
 // statement closes every open one indented as deep or deeper.
 IndentExtents::IndentExtents(std::string_view text, const LexedSource& source)
-    : text_(text), source_(source), block_end_(source.lines.size(), 0) {
+    : text_(text),
+      source_(source),
+      block_end_(source.lines.size(), 0),
+      statement_(source.lines.size(), kNoStatement) {
   struct Open {
     std::uint32_t indentation;
     std::uint32_t line;
   };
   std::vector<Open> open;
   std::uint32_t last_code = 0;
+  std::uint32_t statement = kNoStatement;
   for (std::uint32_t line = 0; line < source.lines.size(); ++line) {
     if (!source.lines[line].has_code()) continue;
     if (starts_statement(line)) {
@@ -30,22 +32,17 @@ IndentExtents::IndentExtents(std::string_view text, const LexedSource& source)
         block_end_[open.back().line] = last_code;
       }
       open.push_back({indentation, line});
+      statement = line;
     }
+    statement_[line] = statement;
     last_code = line;
   }
-  for (const Open& statement : open) block_end_[statement.line] = last_code;
+  for (const Open& opened : open) block_end_[opened.line] = last_code;
 }
 
 std::uint32_t IndentExtents::end_of(std::uint32_t line) const {
-  const auto& lines = source_.lines;
-  if (line >= lines.size() || !lines[line].has_code()) return line;
-  std::uint32_t start = line;
-  while (start > 0 && line - start < kMaxStatementLines &&
-         !(lines[start].has_code() && starts_statement(start))) {
-    --start;
-  }
-  if (!lines[start].has_code() || !starts_statement(start)) return line;
-  return std::max(line, block_end_[start]);
+  if (line >= statement_.size() || statement_[line] == kNoStatement) return line;
+  return std::max(line, block_end_[statement_[line]]);
 }
 
 bool IndentExtents::starts_statement(std::uint32_t index) const {

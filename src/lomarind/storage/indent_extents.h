@@ -30,6 +30,8 @@ class IndentExtents {
   std::string_view text_;
   const LexedSource& source_;
   std::vector<std::uint32_t> block_end_;  // for each line that starts a statement
+  // For each line with code, the line its statement starts on.
+  std::vector<std::uint32_t> statement_;
 };
 
 }  // namespace lomarind::repository_changes
