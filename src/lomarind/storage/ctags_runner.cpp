@@ -12,6 +12,7 @@
 
 #include "lomarind/storage/ctags_tags.h"
 #include "lomarind/storage/sqlite_index.h"
+#include "lomarind/storage/symbol_extents.h"
 #include "lomarind/utils/blocked_signals.h"
 #include "lomarind/utils/subprocess.h"
 
@@ -73,8 +74,9 @@ class FileQueue {
 // tag of file k appears, every file listed before k is complete.
 class TagStream {
  public:
-  TagStream(std::vector<IndexedFile> files, FileQueue& queue)
-      : files_(std::move(files)), queue_(queue) {
+  TagStream(std::vector<IndexedFile> files, const std::filesystem::path& repo_root,
+            FileQueue& queue)
+      : files_(std::move(files)), no_end_(files_.size()), repo_root_(repo_root), queue_(queue) {
     paths_.reserve(files_.size());
     for (const IndexedFile& file : files_) paths_.push_back(file.path);
     for (std::size_t i = 0; i < paths_.size(); ++i) position_.emplace(paths_[i], i);
@@ -114,11 +116,28 @@ class TagStream {
     if (it == position_.end() || it->second < next_) return;
     flush_until(it->second);
     IndexedFile& file = files_[it->second];
+    if (!tag->end) no_end_[it->second].push_back(file.symbols.size());
     file.symbols.push_back(to_symbol(*tag, file.language.value_or("")));
+  }
+
+  // Symbols whose end ctags did not give take the end their source shows.
+  // Runs on this reader's thread, so that the files are read in parallel.
+  void derive_ends(std::size_t index) {
+    IndexedFile& file = files_[index];
+    const std::vector<std::size_t> no_end = std::move(no_end_[index]);
+    if (no_end.empty() || !file.language || !derives_end_lines(*file.language)) return;
+    const std::optional<std::string> text = read_source_file(repo_root_, file.path);
+    if (!text) return;
+    std::vector<std::int64_t> starts;
+    starts.reserve(no_end.size());
+    for (const std::size_t i : no_end) starts.push_back(file.symbols[i].start_line);
+    const std::vector<std::int64_t> ends = derive_end_lines(*text, *file.language, starts);
+    for (std::size_t k = 0; k < no_end.size(); ++k) file.symbols[no_end[k]].end_line = ends[k];
   }
 
   void flush_until(std::size_t end) {
     for (; next_ < end; ++next_) {
+      derive_ends(next_);
       std::vector<IndexedSymbol>& symbols = files_[next_].symbols;
       std::sort(symbols.begin(), symbols.end(), [](const IndexedSymbol& a, const IndexedSymbol& b) {
         return std::tie(a.start_line, b.end_line, a.name, a.kind, a.fqn) <
@@ -129,7 +148,9 @@ class TagStream {
     }
   }
 
-  std::vector<IndexedFile> files_;  // handed over (moved out) in order
+  std::vector<IndexedFile> files_;                // handed over (moved out) in order
+  std::vector<std::vector<std::size_t>> no_end_;  // per file, its symbols ctags gave no end
+  const std::filesystem::path& repo_root_;
   std::vector<std::string> paths_;
   std::unordered_map<std::string_view, std::size_t> position_;  // views into paths_
   std::size_t next_ = 0;  // files before this one were handed over
@@ -238,13 +259,16 @@ class Readers {
   std::vector<std::thread> threads_;
 };
 
-std::vector<TagStream> split(std::vector<IndexedFile> files, int jobs, FileQueue& queue) {
+std::vector<TagStream> split(std::vector<IndexedFile> files, int jobs,
+                             const std::filesystem::path& repo_root, FileQueue& queue) {
   std::vector<std::vector<IndexedFile>> shares(static_cast<std::size_t>(jobs));
   for (std::size_t i = 0; i < files.size(); ++i) {
     shares[i % shares.size()].push_back(std::move(files[i]));
   }
   std::vector<TagStream> streams;
-  for (std::vector<IndexedFile>& share : shares) streams.emplace_back(std::move(share), queue);
+  for (std::vector<IndexedFile>& share : shares) {
+    streams.emplace_back(std::move(share), repo_root, queue);
+  }
   return streams;
 }
 
@@ -256,7 +280,7 @@ void extract_symbols(const CtagsOptions& options, std::vector<IndexedFile> files
   const int jobs = static_cast<int>(std::clamp<std::size_t>(
       files.size(), 1, static_cast<std::size_t>(std::max(options.jobs, 1))));
   FileQueue queue(jobs);
-  std::vector<TagStream> streams = split(std::move(files), jobs, queue);
+  std::vector<TagStream> streams = split(std::move(files), jobs, options.repo_root, queue);
   const Readers readers(options, streams, queue);
   const auto stopped = [&] { return options.stop != nullptr && options.stop->load(); };
   for (bool last = false; !last && !stopped();) {

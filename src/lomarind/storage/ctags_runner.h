@@ -27,7 +27,9 @@ struct CtagsOptions {
 
 // Reads the symbols of `files` (paths relative to the root; each file's
 // language picks the kind names) and hands each file to `on_file` with its
-// symbols filled in, sorted by line, duplicates dropped. `on_file` runs on
+// symbols filled in, sorted by line, duplicates dropped. A symbol whose end
+// ctags does not give ends where its source shows (symbol_extents.h); the
+// file is then read again, as ctags read it. `on_file` runs on
 // the calling thread; files come in no fixed order, each exactly once.
 // REQUIRES: every file is a regular file inside the root, and its path is
 // valid UTF-8 without line breaks.

@@ -36,7 +36,8 @@ std::string symbol_kind(std::string_view kind, std::string_view scope_kind,
                         std::string_view language);
 
 // The symbol for a tag: its kind mapped, fqn = scope + separator + name,
-// end line defaulting to the start line.
+// end line ctags' end, else the start line (until the runner derives the
+// end from the source).
 IndexedSymbol to_symbol(const CtagsTag& tag, std::string_view language);
 
 }  // namespace lomarind::repository_changes
