@@ -2,8 +2,11 @@
 
 #include <utf8proc.h>
 
+#include <charconv>
+#include <cmath>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 
 #include "lomarind/utils/utf8.h"
 
@@ -91,6 +94,47 @@ std::string quoted_name(std::string_view text) {
 
 std::string quoted_name(const std::optional<std::string>& text) {
   return text ? quoted_name(std::string_view(*text)) : std::string("None");
+}
+
+std::string float_repr(double value) {
+  if (std::isnan(value)) return "nan";
+  if (std::isinf(value)) return value < 0 ? "-inf" : "inf";
+  // The shortest round-trip digits, as "-d.ddde+XX"; Python's repr picks the
+  // same digits and only lays them out its own way.
+  char buffer[64];
+  const auto written =
+      std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::scientific);
+  std::string_view text(buffer, static_cast<std::size_t>(written.ptr - buffer));
+  std::string out;
+  if (text.front() == '-') {
+    out += '-';
+    text.remove_prefix(1);
+  }
+  const std::size_t e = text.find('e');
+  std::string digits;
+  for (const char c : text.substr(0, e)) {
+    if (c != '.') digits += c;
+  }
+  const std::string_view exponent_text = text.substr(e + 1);
+  int exponent = 0;
+  std::from_chars(exponent_text.data() + 1, exponent_text.data() + exponent_text.size(), exponent);
+  if (exponent_text.front() == '-') exponent = -exponent;
+  // Python writes 0.ddd x 10^point positionally for -4 < point <= 16.
+  const int point = exponent + 1;
+  const auto size = static_cast<int>(digits.size());
+  if (point <= -4 || point > 16) {
+    out += digits.front();
+    if (size > 1) out += "." + digits.substr(1);
+    char exponent_out[16];
+    std::snprintf(exponent_out, sizeof exponent_out, "e%c%02d", exponent < 0 ? '-' : '+',
+                  std::abs(exponent));
+    return out + exponent_out;
+  }
+  if (point <= 0) return out + "0." + std::string(static_cast<std::size_t>(-point), '0') + digits;
+  if (point >= size)
+    return out + digits + std::string(static_cast<std::size_t>(point - size), '0') + ".0";
+  return out + digits.substr(0, static_cast<std::size_t>(point)) + "." +
+         digits.substr(static_cast<std::size_t>(point));
 }
 
 }  // namespace lomarind::quoting
