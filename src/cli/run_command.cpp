@@ -8,6 +8,7 @@
 #include "cli/report.h"
 #include "cli/repository_location.h"
 #include "lomarind/utils/git_runner.h"
+#include "lomarind/workers/git_history/coupling.h"
 #include "lomarind/workers/git_history/records.h"
 
 namespace lomarind::cli {
@@ -63,6 +64,10 @@ int run_command(const CommandLine& line, const Terminal& terminal, const LogSink
           return run_history(line, args, terminal, sink, run_hotspots);
         } else if constexpr (std::is_same_v<Args, DiffArgs>) {
           return run_history(line, args, terminal, sink, run_diff);
+        } else if constexpr (std::is_same_v<Args, CouplingArgs>) {
+          // A threshold out of range needs no repository to be refused.
+          git_history::detail::check_thresholds(git_history::detail::thresholds_of(args.question));
+          return run_history(line, args, terminal, sink, run_coupling);
         } else if constexpr (std::is_same_v<Args, ReportArgs>) {
           return run_report_command(line, args, terminal, sink);
         } else {

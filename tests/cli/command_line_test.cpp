@@ -86,7 +86,7 @@ TEST(CommandLineTest, UsageErrorsExitTwoAndHelpExitsZero) {
   }
   EXPECT_EQ(parse_command_line({"frobnicate"}).err,
             "lomarind: unknown command 'frobnicate'; the commands are recent, hotspots, diff, "
-            "report and index\nlomarind: run 'lomarind --help' for usage\n");
+            "coupling, report and index\nlomarind: run 'lomarind --help' for usage\n");
   const ParsedCommandLine help = parse_command_line({"recent", "--help"});
   EXPECT_EQ(help.exit_code, kExitOk);
   EXPECT_FALSE(help.command_line);
