@@ -17,7 +17,7 @@ namespace {
 constexpr double kRow = 22;         // between two files
 constexpr double kClusterGap = 16;  // added between two clusters
 constexpr double kTop = 14;
-constexpr double kAxis = 560;           // the files' line; labels end left of it, arcs go right
+constexpr double kCharWidth = 7.3;      // of the labels' 12px monospace font
 constexpr std::size_t kLongLabel = 72;  // columns; a longer path shows as …/name
 
 // Files joined by a pair share a root: clusters are the connected parts.
@@ -41,22 +41,24 @@ class Clusters {
   std::vector<std::size_t> parent_;
 };
 
-std::string label_of(const std::string& path) {
-  const std::string shown = page_text(path);
-  if (display_width(terminal_text(path)) <= kLongLabel) return html_text(shown);
-  return "…/" + html_text(path.substr(path.rfind('/') + 1));
+// A path as its label shows it, and the columns that takes.
+std::pair<std::string, std::size_t> label_of(const std::string& path) {
+  const std::size_t width = display_width(terminal_text(path));
+  if (width <= kLongLabel) return {html_text(path), width};
+  const std::string name = path.substr(path.rfind('/') + 1);
+  return {"…/" + html_text(name), 2 + display_width(terminal_text(name))};
 }
 
-std::string file_svg(const ChartFile& file, double y) {
+std::string file_svg(const ChartFile& file, double y, double axis) {
   return fmt::format(
-      R"(<g class="node"><title>{0}: {1} commit{2}</title><circle cx="{3}" cy="{4:.1f}" r="4"/>)"
-      R"(<text x="{5}" y="{6:.1f}" text-anchor="end">{7}</text></g>)",
-      html_text(file.path), file.commits, file.commits == 1 ? "" : "s", kAxis, y, kAxis - 10, y + 4,
-      label_of(file.path));
+      R"(<g class="node"><title>{0}: {1} commit{2}</title><circle cx="{3:.1f}" cy="{4:.1f}" )"
+      R"(r="4"/><text x="{5:.1f}" y="{6:.1f}" text-anchor="end">{7}</text></g>)",
+      html_text(file.path), file.commits, file.commits == 1 ? "" : "s", axis, y, axis - 10, y + 4,
+      label_of(file.path).first);
 }
 
 // A half circle to the right of the line, from one file down to the other.
-std::string arc_svg(const git_history::CouplingPair& pair, double y_from, double y_to,
+std::string arc_svg(const git_history::CouplingPair& pair, double y_from, double y_to, double axis,
                     std::int64_t most_shared) {
   const double top = std::min(y_from, y_to);
   const double bottom = std::max(y_from, y_to);
@@ -64,20 +66,25 @@ std::string arc_svg(const git_history::CouplingPair& pair, double y_from, double
                                  static_cast<double>(std::max<std::int64_t>(most_shared, 1));
   return fmt::format(
       R"(<g class="arc"><title>{0} and {1}: degree {2:.2f}, {3} shared commits</title>)"
-      R"(<path d="M {4} {5:.1f} A {6:.1f} {6:.1f} 0 0 1 {4} {7:.1f}" stroke="{8}" )"
+      R"(<path d="M {4:.1f} {5:.1f} A {6:.1f} {6:.1f} 0 0 1 {4:.1f} {7:.1f}" stroke="{8}" )"
       R"(stroke-width="{9:.1f}"/></g>)",
-      html_text(pair.path), html_text(pair.coupled_path), pair.degree, pair.shared_commits, kAxis,
+      html_text(pair.path), html_text(pair.coupled_path), pair.degree, pair.shared_commits, axis,
       top, (bottom - top) / 2, bottom, degree_colour(pair.degree), width);
 }
 
-// Where each file stands, and the first and last row of each cluster.
+// Where each file stands, the first and last row of each cluster, and the
+// files' line: right of the longest label.
 struct Layout {
   std::map<std::string, double> y_of;
   std::vector<std::pair<double, double>> bands;
+  double axis = 0;
 };
 
 Layout layout(const std::vector<ChartFile>& files) {
   Layout at;
+  std::size_t longest = 0;
+  for (const ChartFile& file : files) longest = std::max(longest, label_of(file.path).second);
+  at.axis = static_cast<double>(longest) * kCharWidth + 24;
   double y = kTop;
   for (std::size_t i = 0; i < files.size(); ++i) {
     if (i == 0 || files[i].cluster != files[i - 1].cluster) {
@@ -111,7 +118,9 @@ std::vector<ChartFile> chart_files(std::span<const git_history::CouplingPair> pa
   };
   std::vector<std::pair<std::size_t, std::size_t>> links;
   for (const git_history::CouplingPair& pair : pairs) {
-    links.emplace_back(add(pair.path, pair.commits), add(pair.coupled_path, pair.coupled_commits));
+    // Named in the pair's order: the arguments of one call may be read in any.
+    const std::size_t first = add(pair.path, pair.commits);
+    links.emplace_back(first, add(pair.coupled_path, pair.coupled_commits));
   }
   Clusters clusters(files.size());
   for (const auto& [a, b] : links) clusters.join(a, b);
@@ -133,9 +142,9 @@ std::string coupling_chart_svg(std::span<const git_history::CouplingPair> pairs)
   for (const auto& [top, bottom] : at.bands) {
     bands +=
         fmt::format(R"(<rect class="cluster" x="0" y="{:.1f}" width="{}" height="{:.1f}" rx="6"/>)",
-                    top - kRow / 2, kAxis + 10, bottom - top + kRow);
+                    top - kRow / 2, at.axis + 10, bottom - top + kRow);
   }
-  for (const ChartFile& file : files) nodes += file_svg(file, at.y_of.at(file.path));
+  for (const ChartFile& file : files) nodes += file_svg(file, at.y_of.at(file.path), at.axis);
   std::int64_t most_shared = 0;
   double widest = 0;
   for (const git_history::CouplingPair& pair : pairs) {
@@ -144,13 +153,13 @@ std::string coupling_chart_svg(std::span<const git_history::CouplingPair> pairs)
   }
   // The weakest first, so that the strongest arcs are drawn on top.
   for (auto it = pairs.rbegin(); it != pairs.rend(); ++it) {
-    arcs += arc_svg(*it, at.y_of.at(it->path), at.y_of.at(it->coupled_path), most_shared);
+    arcs += arc_svg(*it, at.y_of.at(it->path), at.y_of.at(it->coupled_path), at.axis, most_shared);
   }
+  // Drawn at its own size (no wider than the page), so labels keep their size.
   return fmt::format(
-      R"(<svg class="coupling" viewBox="0 0 {:.0f} {:.0f}" role="img" aria-label="Change coupling">)"
-      "{}{}{}</svg>",
-      std::max(900.0, kAxis + widest + 20), at.bands.back().second + kRow / 2 + kTop, bands, arcs,
-      nodes);
+      R"(<svg class="coupling" width="{0:.0f}" height="{1:.0f}" viewBox="0 0 {0:.0f} {1:.0f}" )"
+      R"(role="img" aria-label="Change coupling">{2}{3}{4}</svg>)",
+      at.axis + widest + 24, at.bands.back().second + kRow / 2 + kTop, bands, arcs, nodes);
 }
 
 std::string coupling_legend_html() {

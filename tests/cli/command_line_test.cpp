@@ -66,12 +66,40 @@ TEST(CommandLineTest, GlobalOptionsGoBeforeOrAfterTheCommand) {
   EXPECT_EQ(report.format, "markdown");
 }
 
+TEST(CommandLineTest, CouplingTakesItsThresholdsAndLeftOutOnesAreTheUsualOnes) {
+  const CouplingArgs usual = parse_ok<CouplingArgs>({"coupling", "--since", "1y"});
+  EXPECT_EQ(usual.question.path, std::nullopt);
+  EXPECT_EQ(usual.question.min_revisions, 5);
+  EXPECT_EQ(usual.question.min_shared, 5);
+  EXPECT_EQ(usual.question.min_degree, 0.3);
+  EXPECT_EQ(usual.question.max_changeset, 30);
+  EXPECT_EQ(usual.question.limit, 50);
+  const CouplingArgs given = parse_ok<CouplingArgs>(
+      {"coupling", "--since", "1y", "--path=", "--min-revisions", "-2", "--min-shared=0",
+       "--min-degree", "1.5", "--max-changeset", "1", "--source-only", "--json"});
+  EXPECT_EQ(given.question.path, "");
+  // Out of range is the module's to refuse, with its own message.
+  EXPECT_EQ(given.question.min_revisions, -2);
+  EXPECT_EQ(given.question.min_shared, 0);
+  EXPECT_EQ(given.question.min_degree, 1.5);
+  EXPECT_EQ(given.question.max_changeset, 1);
+  EXPECT_TRUE(given.question.source_only && given.json);
+
+  EXPECT_FALSE(parse_ok<DiffArgs>({"diff"}).partners);
+  const DiffArgs partners = parse_ok<DiffArgs>({"diff", "--partners"});
+  EXPECT_TRUE(partners.partners);
+  EXPECT_EQ(partners.partners_since, "1 year");
+  EXPECT_EQ(parse_ok<DiffArgs>({"diff", "--partners", "--partners-since=6m"}).partners_since, "6m");
+}
+
 TEST(CommandLineTest, UsageErrorsExitTwoAndHelpExitsZero) {
   const std::vector<std::vector<std::string>> errors = {
       {},
       {"hotspots", "--branch", "main"},
       {"recent", "--since", "1w", "--limit", "many"},
       {"recent", "--since", "1w", "--group-by", "file"},
+      {"diff", "--partners-since", "6m"},
+      {"coupling", "--since", "1y", "--min-degree", "high"},
       {"index", "extra"},
       {"report", "--since", "1w", "--format", "pdf"},
       {"--repo", "a", "diff", "--repo", "b"},
