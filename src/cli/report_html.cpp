@@ -197,12 +197,16 @@ std::string component_table(const ReportContent& content) {
 
 std::string coupling_section(const ReportContent& content) {
   const git_history::CouplingAnswer& coupling = content.coupling;
+  const auto shown = static_cast<std::int64_t>(coupling.pairs.size());
   std::string note = fmt::format(
-      "Pairs of files that kept changing in the same commits, the {} strongest of {}: degree is "
-      "2 &times; shared commits / (commits of one + commits of the other). Only files with at "
-      "least {} commits, sharing at least {}, with degree {:.2f} or more",
-      coupling.pairs.size(), coupling.page.total_count, git_history::kDefaultMinRevisions,
-      git_history::kDefaultMinShared, git_history::kDefaultMinDegree);
+      "Pairs of files that kept changing in the same commits{}: degree is 2 &times; shared "
+      "commits / (commits of one + commits of the other). Only files with at least {} commits, "
+      "sharing at least {}, with degree {:.2f} or more",
+      shown < coupling.page.total_count
+          ? fmt::format(", the {} strongest of {}", shown, coupling.page.total_count)
+          : "",
+      git_history::kDefaultMinRevisions, git_history::kDefaultMinShared,
+      git_history::kDefaultMinDegree);
   if (coupling.bulk_commits > 0) {
     note += fmt::format("; {} commit{} of more than {} files (bulk changes) are left out",
                         coupling.bulk_commits, coupling.bulk_commits == 1 ? "" : "s",
