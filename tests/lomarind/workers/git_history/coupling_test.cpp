@@ -11,29 +11,9 @@
 namespace lomarind::git_history {
 namespace {
 
-using git_utils::CommitChanges;
-using git_utils::FileChange;
-using testing::change;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-
-// A commit that modified `paths`.
-CommitChanges edit(std::vector<std::string> paths) {
-  CommitChanges commit{"c", 1500, {}};
-  for (std::string& path : paths) commit.files.push_back(change(std::move(path), "modified", 1));
-  return commit;
-}
-
-// `count` commits each modifying `paths`.
-std::vector<CommitChanges> edits(int count, const std::vector<std::string>& paths) {
-  return std::vector<CommitChanges>(static_cast<std::size_t>(count), edit(paths));
-}
-
-std::vector<CommitChanges> joined(std::vector<std::vector<CommitChanges>> parts) {
-  std::vector<CommitChanges> log;
-  for (auto& part : parts) log.insert(log.end(), part.begin(), part.end());
-  return log;
-}
+using testing::log_of;
 
 // "path+coupled degree shared commits/coupled_commits" for each row.
 std::vector<std::string> rows_of(const CouplingAnswer& answer) {
@@ -50,22 +30,14 @@ class CouplingTest : public testing::GitHistoryTest {
  protected:
   void SetUp() override {
     git_.periods["1 year"] = std::chrono::sys_seconds(std::chrono::seconds(1000));
-    git_.commits = {{"HEAD", "c9"}, {"main", "c1"}, {"topic", "c2"}};
+    git_.commits = {{"HEAD", "c9"}, {"main", "c1"}};
     git_.display_branch = "topic";
   }
 
   // Every pair of any strength, in change sets of at most three files.
-  CouplingOptions loose() const {
-    return {.since = "1 year",
-            .branch = std::nullopt,
-            .path = std::nullopt,
-            .source_only = false,
-            .min_revisions = 1,
-            .min_shared = 1,
-            .min_degree = 0,
-            .max_changeset = 3,
-            .limit = 50,
-            .offset = 0};
+  static CouplingOptions loose(detail::CouplingThresholds t = {1, 1, 0, 3}) {
+    return {"1 year",     std::nullopt, std::nullopt,    false, t.min_revisions,
+            t.min_shared, t.min_degree, t.max_changeset, 50,    0};
   }
 
   CouplingAnswer ask(const CouplingOptions& options) {
@@ -73,116 +45,91 @@ class CouplingTest : public testing::GitHistoryTest {
   }
 };
 
-TEST_F(CouplingTest, CountsChangeSetsOfTheFoldedLog) {
+TEST_F(CouplingTest, CountsTheChangeSetsOfTheFoldedLog) {
   struct Case {
     std::string_view name;
-    std::vector<CommitChanges> log;  // newest first
-    void (*adjust)(CouplingOptions&);
+    std::vector<git_utils::CommitChanges> log;
+    CouplingOptions options;
     std::vector<std::string> rows;
     std::int64_t bulk_commits = 0;
   } cases[] = {
       {"a file renamed in the period is one file under its last path",
-       {{"c3", 3, {change("a.py", "modified", 1), change("new.py", "renamed", 0, 0, "b.py")}},
-        edit({"a.py", "b.py"}),
-        edit({"b.py", "a.py"})},
-       [](CouplingOptions&) {},
+       log_of({"a.py new.py<b.py", "a.py b.py", "b.py a.py"}),
+       loose(),
        {"a.py+new.py 1.0 3 3/3"}},
       {"a copy is a file of its own; ties go by path, then coupled path",
-       {{"c2", 2, {change("a.py", "modified", 1), change("c.py", "copied", 1, 0, "b.py")}},
-        edit({"a.py", "b.py"})},
-       [](CouplingOptions&) {},
+       log_of({"a.py c.py+b.py", "a.py b.py"}),
+       loose(),
        {"a.py+b.py 0.67 1 2/1", "a.py+c.py 0.67 1 2/1"}},
-      {"a deleted file pairs with nothing, yet its commit counts for the others",
-       {{"c2", 2, {change("a.py", "modified", 1), change("b.py", "deleted")}},
-        edit({"a.py", "b.py", "c.py"})},
-       [](CouplingOptions&) {},
+      {"a deleted file pairs with nothing, yet its commits count for the others",
+       log_of({"a.py -b.py", "a.py b.py c.py"}),
+       loose(),
        {"a.py+c.py 0.67 1 2/1"}},
       {"a rename onto a changed path drops the record there, and its commits with it",
-       {{"c3", 3, {change("a.py", "modified", 1), change("b.py", "renamed", 0, 0, "c.py")}},
-        edit({"c.py"}),
-        edit({"a.py", "b.py"})},
-       [](CouplingOptions&) {},
+       log_of({"a.py b.py<c.py", "c.py", "a.py b.py"}),
+       loose(),
        {"a.py+b.py 0.5 1 2/2"}},
       {"a commit over max_changeset counts nowhere; one at it counts",
-       {edit({"a.py", "b.py", "c.py", "d.py"}), edit({"a.py", "b.py", "c.py"})},
-       [](CouplingOptions&) {},
+       log_of({"a.py b.py c.py d.py", "a.py b.py c.py"}),
+       loose(),
        {"a.py+b.py 1.0 1 1/1", "a.py+c.py 1.0 1 1/1", "b.py+c.py 1.0 1 1/1"},
        1},
-      {"a commit that names one file twice holds it once",
-       {edit({"a.py", "a.py", "b.py"}), edit({"a.py"})},
-       [](CouplingOptions&) {},
+      {"a commit that names one file twice holds it once; a merge names none",
+       log_of({"", "a.py a.py b.py", "a.py"}),
+       loose(),
        {"a.py+b.py 0.67 1 2/1"}},
-      {"merge commits list no files and count nowhere",
-       {CommitChanges{"m", 3, {}}, edit({"a.py", "b.py"})},
-       [](CouplingOptions&) {},
-       {"a.py+b.py 1.0 1 1/1"}},
-      {"revisions, shared and the rounded degree each at their threshold",
-       joined({edits(3, {"a.py", "b.py"}), edits(1, {"a.py"})}),
-       [](CouplingOptions& o) {
-         o.min_revisions = 3;
-         o.min_shared = 3;
-         o.min_degree = 0.86;  // 6/7 is 0.857...: the rounded degree decides
-       },
+      {"revisions, shared and the rounded degree each at their threshold (6/7 is 0.857)",
+       log_of({"3*a.py b.py", "a.py"}),
+       loose({3, 3, 0.86, 3}),
        {"a.py+b.py 0.86 3 4/3"}},
-      {"one past each threshold lists nothing",
-       joined({edits(3, {"a.py", "b.py"}), edits(1, {"a.py"})}),
-       [](CouplingOptions& o) { o.min_revisions = 4; },
+      {"revisions one short", log_of({"3*a.py b.py", "a.py"}), loose({4, 3, 0.86, 3}), {}},
+      {"shared one short", log_of({"3*a.py b.py", "a.py"}), loose({3, 4, 0.86, 3}), {}},
+      {"degree above the rounded one",
+       log_of({"3*a.py b.py", "a.py"}),
+       loose({3, 3, 0.861, 3}),
        {}},
-      {"shared one short",
-       joined({edits(3, {"a.py", "b.py"}), edits(1, {"a.py"})}),
-       [](CouplingOptions& o) { o.min_shared = 4; },
-       {}},
-      {"degree a hair above the rounded one",
-       joined({edits(3, {"a.py", "b.py"}), edits(1, {"a.py"})}),
-       [](CouplingOptions& o) { o.min_degree = 0.861; },
-       {}},
-      {"an exact half rounds to the even digit, as risk scores do",
-       joined({edits(1, {"a.py", "b.py"}), edits(14, {"a.py"}),   // 2/16 = 0.125
-               edits(3, {"c.py", "d.py"}), edits(10, {"c.py"}),   // 6/16 = 0.375
-               edits(5, {"e.py", "f.py"}), edits(6, {"e.py"})}),  // 10/16 = 0.625
-       [](CouplingOptions&) {},
+      {"an exact half rounds to the even digit, as risk scores do: 2/16, 6/16, 10/16",
+       log_of({"a.py b.py", "14*a.py", "3*c.py d.py", "10*c.py", "5*e.py f.py", "6*e.py"}),
+       loose(),
        {"e.py+f.py 0.62 5 11/5", "c.py+d.py 0.38 3 13/3", "a.py+b.py 0.12 1 15/1"}},
-      {"with a path, only its pairs, the path always first",
-       joined({edits(2, {"a.py", "b.py", "c.py"}), edits(1, {"c.py", "d.py"})}),
-       [](CouplingOptions& o) { o.path = "c.py"; },
-       {"c.py+a.py 0.8 2 3/2", "c.py+b.py 0.8 2 3/2", "c.py+d.py 0.5 1 3/1"}},
-      {"a path the period never changed has no pairs; bulk commits still count",
-       {edit({"a.py", "b.py", "c.py", "d.py"}), edit({"a.py", "b.py"})},
-       [](CouplingOptions& o) { o.path = "z.py"; },
-       {},
-       1},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
     git_.log = c.log;
-    CouplingOptions options = loose();
-    c.adjust(options);
-    const CouplingAnswer answer = ask(options);
+    const CouplingAnswer answer = ask(c.options);
     EXPECT_EQ(rows_of(answer), c.rows);
     EXPECT_EQ(answer.bulk_commits, c.bulk_commits);
     EXPECT_EQ(answer.page.total_count, static_cast<std::int64_t>(c.rows.size()));
   }
 }
 
+TEST_F(CouplingTest, APathKeepsOnlyItsPairsAndComesFirst) {
+  git_.log = log_of({"2*a.py b.py c.py", "c.py d.py", "a.py b.py c.py d.py"});
+  CouplingOptions options = loose();
+  options.path = "c.py";
+  const CouplingAnswer answer = ask(options);
+  EXPECT_THAT(rows_of(answer),
+              ElementsAre("c.py+a.py 0.8 2 3/2", "c.py+b.py 0.8 2 3/2", "c.py+d.py 0.5 1 3/1"));
+  EXPECT_EQ(answer.bulk_commits, 1);
+  options.path = "z.py";  // never changed: no pairs, the rest as before
+  EXPECT_EQ(ask(options).pairs.size(), 0u);
+  EXPECT_EQ(ask(options).bulk_commits, 1);
+}
+
 TEST_F(CouplingTest, SourceOnlyKeepsProductionSourceWithOneIndexQuery) {
-  git_.log = {edit({"a.py", "tests/test_a.py", "README.md"}),
-              edit({"a.py", "tests/test_a.py", "b.py"}),
-              {"c1", 1, {change("a.py", "modified"), change("gone.py", "deleted")}}};
+  git_.log =
+      log_of({"a.py tests/test_a.py README.md", "a.py tests/test_a.py b.py", "a.py -gone.py"});
   CouplingOptions options = loose();
   options.source_only = true;
   const CouplingAnswer answer = ask(options);
   EXPECT_THAT(rows_of(answer), ElementsAre("a.py+b.py 0.5 1 3/1"));
   EXPECT_EQ(answer.excluded_files, 2);  // the test and the document; the deleted file is gone
   EXPECT_THAT(index_.calls, ElementsAre("indexed_paths([a.py, tests/test_a.py, b.py, README.md])"));
-  index_.calls.clear();
-  options.source_only = false;
-  EXPECT_EQ(ask(options).excluded_files, 0);
-  EXPECT_THAT(index_.calls, IsEmpty());
 }
 
 TEST_F(CouplingTest, ThePageIsCutFromTheWholeOrderAndTheLogReadOnce) {
-  git_.log = joined({edits(4, {"src/a.py", "src/a_test.py"}), edits(3, {"b.py", "c.py"}),
-                     edits(1, {"b.py", "src/a.py"}), edits(2, {"d.py", "e.py", "f.py"})});
+  git_.log =
+      log_of({"4*src/a.py src/a_test.py", "3*b.py c.py", "b.py src/a.py", "2*d.py e.py f.py"});
   CouplingOptions options = loose();
   options.branch = "main";
   options.limit = 2;
@@ -193,54 +140,33 @@ TEST_F(CouplingTest, ThePageIsCutFromTheWholeOrderAndTheLogReadOnce) {
 }
 
 TEST_F(CouplingTest, ThresholdsAreRefusedInOrderBeforeThePeriodAndGit) {
-  struct Case {
-    void (*adjust)(CouplingOptions&);
-    std::string_view message;
-  } cases[] = {
-      {[](CouplingOptions& o) { o.min_revisions = 0, o.min_shared = 0; },
-       "min_revisions must be at least 1; got 0"},
-      {[](CouplingOptions& o) { o.min_shared = -3, o.min_degree = 2; },
-       "min_shared must be at least 1; got -3"},
-      {[](CouplingOptions& o) { o.min_degree = 1.5, o.max_changeset = 1; },
-       "min_degree must be between 0 and 1; got 1.5"},
-      {[](CouplingOptions& o) { o.min_degree = -0.25; },
-       "min_degree must be between 0 and 1; got -0.25"},
-      {[](CouplingOptions& o) { o.min_degree = std::nan(""); },
-       "min_degree must be between 0 and 1; got nan"},
-      {[](CouplingOptions& o) { o.max_changeset = 1, o.since = "soon"; },
-       "max_changeset must be at least 2; got 1"},
+  const std::pair<detail::CouplingThresholds, std::string_view> cases[] = {
+      {{0, 0, 2, 1}, "min_revisions must be at least 1; got 0"},
+      {{1, -3, 2, 1}, "min_shared must be at least 1; got -3"},
+      {{1, 1, 1.5, 1}, "min_degree must be between 0 and 1; got 1.5"},
+      {{1, 1, -0.25, 2}, "min_degree must be between 0 and 1; got -0.25"},
+      {{1, 1, std::nan(""), 2}, "min_degree must be between 0 and 1; got nan"},
+      {{1, 1, 1, 1}, "max_changeset must be at least 2; got 1"},
   };
-  for (const Case& c : cases) {
-    CouplingOptions options = loose();
-    c.adjust(options);
-    EXPECT_EQ(testing::history_error_of([&] { ask(options); }).what(), c.message);
+  for (const auto& [thresholds, message] : cases) {
+    CouplingOptions options = loose(thresholds);
+    options.since = "soon";
+    EXPECT_EQ(testing::history_error_of([&] { ask(options); }).what(), message);
   }
   EXPECT_THAT(git_.calls, IsEmpty());
-  CouplingOptions edges = loose();
-  edges.min_degree = 1;
-  edges.max_changeset = 2;
-  EXPECT_NO_THROW(ask(edges));
-  edges.min_degree = -0.0;  // not below 0
-  EXPECT_NO_THROW(ask(edges));
-
-  git_.calls.clear();
-  edges.since = "soon";
-  const GitHistoryError bad_period = testing::history_error_of([&] { ask(edges); });
+  EXPECT_NO_THROW(ask(loose({1, 1, -0.0, 2})));
+  const GitHistoryError bad_period = testing::history_error_of([&] {
+    CouplingOptions options = loose();
+    options.since = "soon";
+    ask(options);
+  });
   EXPECT_STREQ(bad_period.what(), "Cannot read the period 'soon'");
   EXPECT_THROW(std::rethrow_exception(bad_period.cause()), std::invalid_argument);
-  EXPECT_THAT(git_.calls, ElementsAre("parse_time_spec(soon)"));
-}
-
-TEST(CheckThresholdsTest, QuotesTheValueAsTheCallerWroteIt) {
-  const detail::CouplingThresholds refused{
-      .min_revisions = 5, .min_shared = 5, .min_degree = 2, .max_changeset = 30};
-  EXPECT_EQ(testing::history_error_of([&] { detail::check_thresholds(refused); }).what(),
-            std::string("min_degree must be between 0 and 1; got 2.0"));
-  EXPECT_EQ(testing::history_error_of([&] {
-              detail::check_thresholds(
-                  refused, [](std::string_view option) { return "<" + std::string(option) + ">"; });
-            }).what(),
-            std::string("min_degree must be between 0 and 1; got <min_degree>"));
+  // A caller may quote the value as its own user wrote it.
+  EXPECT_STREQ(testing::history_error_of([] {
+                 detail::check_thresholds({1, 1, 2, 2}, [](std::string_view) { return "2"; });
+               }).what(),
+               "min_degree must be between 0 and 1; got 2");
 }
 
 }  // namespace

@@ -8,16 +8,9 @@
 namespace lomarind::git_history {
 namespace {
 
-using git_utils::CommitChanges;
 using testing::change;
 using ::testing::ElementsAre;
-
-// `count` commits each modifying `paths`, appended to `log`.
-void add_edits(std::vector<CommitChanges>& log, int count, const std::vector<std::string>& paths) {
-  CommitChanges commit{"c", 1500, {}};
-  for (const std::string& path : paths) commit.files.push_back(change(path, "modified", 1));
-  log.insert(log.end(), static_cast<std::size_t>(count), commit);
-}
+using testing::log_of;
 
 class MissingPartnersTest : public testing::GitHistoryTest {
  protected:
@@ -29,11 +22,8 @@ class MissingPartnersTest : public testing::GitHistoryTest {
                        change("docs.md", "modified", 1)};
     // On the base: b with a 0.59 and with old 0.4; c and d with old 0.5 each;
     // d with b 0.67, neither of them changed; docs with old, both changed.
-    add_edits(git_.log, 5, {"src/a.py", "src/b.py"});
-    add_edits(git_.log, 5, {"src/old.py", "src/c.py"});
-    add_edits(git_.log, 5, {"src/old.py", "src/b.py", "src/d.py"});
-    add_edits(git_.log, 2, {"src/a.py"});
-    add_edits(git_.log, 5, {"docs.md", "src/old.py"});
+    git_.log = log_of({"5*src/a.py src/b.py", "5*src/old.py src/c.py",
+                       "5*src/old.py src/b.py src/d.py", "2*src/a.py", "5*docs.md src/old.py"});
   }
 
   BranchDiffAnswer ask(std::optional<std::string> head, std::string since = "1 year") {
@@ -61,16 +51,13 @@ TEST_F(MissingPartnersTest, EachFileTheBranchLeftKeepsItsStrongestChangedPartner
 }
 
 TEST_F(MissingPartnersTest, TiesGoToThePartnerByPathAndTheListStopsAtTwenty) {
-  git_.log.clear();
-  add_edits(git_.log, 5, {"m.py", "src/new.py"});
-  add_edits(git_.log, 5, {"m.py", "src/a.py"});
+  git_.log = log_of({"5*m.py src/new.py", "5*m.py src/a.py"});
   EXPECT_EQ(to_json(*ask("topic").missing_partners).dump(),
             R"([{"path":"m.py","coupled_path":"src/a.py","degree":0.67,"shared_commits":5}])");
 
-  git_.log.clear();
-  std::vector<std::string> files = {"src/a.py"};
-  for (int i = 24; i >= 0; --i) files.push_back("f" + std::to_string(100 + i) + ".py");
-  add_edits(git_.log, 5, files);
+  std::string many = "5*src/a.py";
+  for (int i = 124; i >= 100; --i) many += " f" + std::to_string(i) + ".py";
+  git_.log = log_of({many});
   const BranchDiffAnswer answer = ask("topic");
   std::vector<std::string> missing;
   for (const MissingPartner& row : *answer.missing_partners) missing.push_back(row.path);
