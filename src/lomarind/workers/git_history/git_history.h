@@ -1,7 +1,8 @@
 // The git-history answers: what a branch changed since it left its base,
 // what a period changed, which files or components a period changed most,
-// and which files change together. Every answer reads git through the injected GitReader and asks
-// the injected ChangeIndex once for what it needs; it keeps no state between calls.
+// and which files change together. Every answer reads git through the
+// injected GitReader and asks the injected ChangeIndex once for what it
+// needs; it keeps no state between calls.
 #pragma once
 
 #include <chrono>
@@ -82,7 +83,7 @@ struct BranchDiffOptions {
 };
 
 // Which files a period changed together. The thresholds have no defaults
-// here; kDefaultCoupling holds the usual ones.
+// here; records.h holds the usual ones (kDefaultMinRevisions, ...).
 struct CouplingOptions {
   std::string since;
   std::optional<std::string> branch;
