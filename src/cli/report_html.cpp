@@ -47,6 +47,7 @@ svg.map .file:hover rect{stroke:#111;stroke-width:2}
 svg.map .file-label{font-size:11px;fill:#1f2430;pointer-events:none}
 svg.map .file-label.light{fill:#fff}
 svg.coupling{width:auto;max-width:100%;margin-bottom:4px}
+#coupling .legend{margin-bottom:14px}
 svg.coupling .cluster{fill:#f2f3f7}
 svg.coupling .node circle{fill:#312e81}
 svg.coupling .node text{font-size:12px;fill:#1f2430;font-family:ui-monospace,SFMono-Regular,Menlo,monospace}

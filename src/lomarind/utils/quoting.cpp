@@ -26,6 +26,28 @@ void append_char(std::string& out, char32_t cp, std::string_view raw, char quote
   }
 }
 
+// digits[0].digits[1...] x 10^exponent laid out as Python's repr lays out a
+// float: positionally for 1e-4 <= |value| < 1e16, else with an exponent of
+// at least two digits.
+std::string python_layout(const std::string& digits, int exponent) {
+  std::string out;
+  const auto size = static_cast<int>(digits.size());
+  if (exponent < -4 || exponent >= 16) {
+    out.append(digits, 0, 1);
+    if (size > 1) out.append(".").append(digits, 1);
+    char exponent_text[16];
+    std::snprintf(exponent_text, sizeof exponent_text, "e%c%02d", exponent < 0 ? '-' : '+',
+                  std::abs(exponent));
+    return out.append(exponent_text);
+  }
+  if (exponent < 0) {
+    return out.append("0.").append(static_cast<std::size_t>(-exponent - 1), '0').append(digits);
+  }
+  const auto whole = static_cast<std::size_t>(exponent + 1);
+  if (whole >= digits.size()) return out.append(digits).append(whole - digits.size(), '0') + ".0";
+  return out.append(digits, 0, whole).append(".").append(digits, whole);
+}
+
 }  // namespace
 
 bool is_printable(char32_t cp) {
@@ -105,36 +127,18 @@ std::string float_repr(double value) {
   const auto written =
       std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::scientific);
   std::string_view text(buffer, static_cast<std::size_t>(written.ptr - buffer));
-  std::string out;
-  if (text.front() == '-') {
-    out += '-';
-    text.remove_prefix(1);
-  }
+  const bool negative = text.front() == '-';
+  if (negative) text.remove_prefix(1);
   const std::size_t e = text.find('e');
   std::string digits;
   for (const char c : text.substr(0, e)) {
     if (c != '.') digits += c;
   }
-  const std::string_view exponent_text = text.substr(e + 1);
   int exponent = 0;
-  std::from_chars(exponent_text.data() + 1, exponent_text.data() + exponent_text.size(), exponent);
-  if (exponent_text.front() == '-') exponent = -exponent;
-  // Python writes 0.ddd x 10^point positionally for -4 < point <= 16.
-  const int point = exponent + 1;
-  const auto size = static_cast<int>(digits.size());
-  if (point <= -4 || point > 16) {
-    out += digits.front();
-    if (size > 1) out += "." + digits.substr(1);
-    char exponent_out[16];
-    std::snprintf(exponent_out, sizeof exponent_out, "e%c%02d", exponent < 0 ? '-' : '+',
-                  std::abs(exponent));
-    return out + exponent_out;
-  }
-  if (point <= 0) return out + "0." + std::string(static_cast<std::size_t>(-point), '0') + digits;
-  if (point >= size)
-    return out + digits + std::string(static_cast<std::size_t>(point - size), '0') + ".0";
-  return out + digits.substr(0, static_cast<std::size_t>(point)) + "." +
-         digits.substr(static_cast<std::size_t>(point));
+  std::from_chars(text.data() + e + 2, text.data() + text.size(), exponent);
+  if (text[e + 1] == '-') exponent = -exponent;
+  std::string out = negative ? "-" : "";
+  return out.append(python_layout(digits, exponent));
 }
 
 }  // namespace lomarind::quoting
