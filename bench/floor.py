@@ -10,13 +10,17 @@ repository, resolving names, the index, JSON) counts against it.
 
 The report is timed against one period answer instead: it asks several
 answers of the same period, and all of them must stand on one read of the log.
+So is change coupling: it reads the same log as hotspots and folds it the
+same way, then counts the pairs of each commit.
 
 Usage: floor.py LOMARIND_BINARY REPO [--rounds N] [SCENARIO...]
 Scenarios: hotspots, recent (both reading every commit from git, with
 --no-cache), hotspots-cold (the commit cache deleted before each run),
 hotspots-warm (the cache filled), diff, diff-symbols (a page of edited
 files, with the symbols on their changed lines), report (the HTML report
-against `hotspots --json`); default: all.
+against `hotspots --json`), coupling and coupling-warm (`coupling --json`
+against `hotspots --json` over the same period, without and with the
+commit cache); default: all.
 """
 import argparse
 import json
@@ -41,7 +45,7 @@ PERIOD_COMMITS = 5000  # the answers' commit limit
 DIFF_DISTANCE = 5000
 # The most each scenario may cost against its floor, as a ratio of wall times.
 BUDGET = {"hotspots": 1.05, "recent": 1.05, "hotspots-cold": 0.75, "hotspots-warm": 0.10,
-          "diff": 1.05, "report": 1.10}
+          "diff": 1.05, "report": 1.10, "coupling": 1.10, "coupling-warm": 1.10}
 
 
 def git_env():
@@ -138,6 +142,13 @@ def scenarios(binary, repo, wanted):
         # one answer's own work (more answers, the symbols' diff, the page).
         "report-warm": lambda: (lom + ["report", "--since", PERIOD, "--output", page],
                                 [hotspots], None, None),
+        # The same log and fold as hotspots, then every pair of every commit
+        # counted: against hotspots itself, reading from git and from the cache.
+        "coupling": lambda: (lom + ["--no-cache", "coupling", "--since", PERIOD, "--json"],
+                             [lom + ["--no-cache", "hotspots", "--since", PERIOD, "--json"]],
+                             None, None),
+        "coupling-warm": lambda: (lom + ["coupling", "--since", PERIOD, "--json"], [hotspots],
+                                  None, None),
     }
     return [(name, *table[name]()) for name in wanted]
 
@@ -211,7 +222,8 @@ def main():
     parser.add_argument("--rounds", type=int, default=25)
     parser.add_argument("scenario", nargs="*",
                         default=["hotspots", "recent", "hotspots-cold", "hotspots-warm",
-                                 "diff", "diff-symbols", "report", "report-warm"])
+                                 "diff", "diff-symbols", "report", "report-warm", "coupling",
+                                 "coupling-warm"])
     args = parser.parse_intermixed_args()
     binary, repo = os.path.abspath(args.binary), os.path.abspath(args.repo)
     print(f"{args.rounds} rounds. wall: median ms of lomarind and of git alone; ratio of the "

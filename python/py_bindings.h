@@ -16,5 +16,7 @@ void bind_filters(py::module_& module);
 // git_history: the answers, called with the Python module whose
 // neighbours they use.
 void bind_git_history(py::module_& module);
+// git_coupling: the change-coupling answers, on the production neighbours.
+void bind_git_coupling(py::module_& module);
 
 }  // namespace lomarind::python

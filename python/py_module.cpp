@@ -14,4 +14,6 @@ PYBIND11_MODULE(_lomarind, module) {
   bind_filters(filters);
   py::module_ git_history = module.def_submodule("git_history");
   bind_git_history(git_history);
+  py::module_ git_coupling = module.def_submodule("git_coupling");
+  bind_git_coupling(git_coupling);
 }

@@ -6,7 +6,7 @@ namespace lomarind::cli {
 
 namespace {
 
-// The three answer commands differ only in the question they ask and the
+// The answer commands differ only in the question they ask and the
 // table that shows its answer.
 template <typename Answer>
 int print_answer(const Answer& answer, bool json,
@@ -34,8 +34,17 @@ int run_hotspots(const HistoryQuery& query, const HotspotsArgs& args, const Term
 }
 
 int run_diff(const HistoryQuery& query, const DiffArgs& args, const Terminal& terminal) {
-  return print_answer(query.history.branch_diff(query.repository, query.repo_root, args.question),
-                      args.json, diff_table, terminal);
+  const git_history::BranchDiffAnswer answer =
+      args.partners ? query.history.branch_diff_with_partners(query.repository, query.repo_root,
+                                                              args.question, args.partners_since)
+                    : query.history.branch_diff(query.repository, query.repo_root, args.question);
+  return print_answer(answer, args.json, diff_table, terminal);
+}
+
+int run_coupling(const HistoryQuery& query, const CouplingArgs& args, const Terminal& terminal) {
+  return print_answer(
+      query.history.change_coupling(query.repository, query.repo_root, args.question), args.json,
+      coupling_table, terminal);
 }
 
 }  // namespace lomarind::cli

@@ -34,6 +34,7 @@ Cell terminal_cell(const CellValue& value, const RenderOptions& options) {
     case CellKind::kStatus:
       return {terminal_text(*value.text), status_style(*value.text)};
     case CellKind::kRisk:
+    case CellKind::kDegree:
       return {*value.text, value.risk >= 0.75  ? Style::kRed
                            : value.risk >= 0.4 ? Style::kYellow
                                                : Style::kPlain};
@@ -71,6 +72,21 @@ std::string table_text(const std::string& summary, const Grid& grid, const gh::P
                        std::string_view noun, const RenderOptions& options) {
   return styled(summary, Style::kBold, options.colour) + "\n" + terminal_table(grid, options) +
          page_footer(page, grid.lines.size(), noun);
+}
+
+// The short list under a branch's files: what it probably forgot.
+std::string partners_text(const std::vector<gh::MissingPartner>& partners,
+                          const gh::BranchDiffAnswer& answer, const RenderOptions& options) {
+  const std::string base = terminal_text(answer.base_branch);
+  if (partners.empty()) {
+    return fmt::format("Probably also needs: nothing; no file on {} keeps changing with these.\n",
+                       base);
+  }
+  return "\n" +
+         styled(
+             fmt::format("Probably also needs (they keep changing with these files on {}):", base),
+             Style::kBold, options.colour) +
+         "\n" + terminal_table(make_grid(missing_partner_columns(), std::span(partners)), options);
 }
 
 }  // namespace
@@ -137,8 +153,22 @@ std::string diff_table(const gh::BranchDiffAnswer& answer, const RenderOptions& 
                   terminal_text(answer.base_branch), counted(answer.commit_count, "commit"));
   if (answer.note) summary += "; " + terminal_text(*answer.note);
   summary += excluded_text(answer.excluded_files);
-  return table_text(summary, make_grid(diff_columns(), std::span(answer.files)), answer.page,
-                    "files", options);
+  std::string text = table_text(summary, make_grid(diff_columns(), std::span(answer.files)),
+                                answer.page, "files", options);
+  if (answer.missing_partners) text += partners_text(*answer.missing_partners, answer, options);
+  return text;
+}
+
+std::string coupling_table(const gh::CouplingAnswer& answer, const RenderOptions& options) {
+  std::string summary = period_summary(answer.period);
+  if (answer.bulk_commits > 0) {
+    summary +=
+        fmt::format("; {} {} too many files to count", counted(answer.bulk_commits, "commit"),
+                    answer.bulk_commits == 1 ? "changes" : "change");
+  }
+  summary += excluded_text(answer.excluded_files);
+  return table_text(summary, make_grid(coupling_columns(), std::span(answer.pairs)), answer.page,
+                    "pairs", options);
 }
 
 }  // namespace lomarind::cli

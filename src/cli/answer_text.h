@@ -31,6 +31,8 @@ std::string page_footer(const git_history::PageFields& page, std::size_t shown,
 std::string recent_table(const git_history::RecentChangesAnswer& answer,
                          const RenderOptions& options);
 std::string hotspots_table(const git_history::HotspotsAnswer& answer, const RenderOptions& options);
+// With missing partners, a short list of them follows the files.
 std::string diff_table(const git_history::BranchDiffAnswer& answer, const RenderOptions& options);
+std::string coupling_table(const git_history::CouplingAnswer& answer, const RenderOptions& options);
 
 }  // namespace lomarind::cli

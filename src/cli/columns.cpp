@@ -25,6 +25,9 @@ CellValue risk(double value) {
   return {.kind = CellKind::kRisk, .text = fmt::format("{:.2f}", value), .risk = value};
 }
 CellValue status(const std::string& text) { return {.kind = CellKind::kStatus, .text = text}; }
+CellValue degree(double value) {
+  return {.kind = CellKind::kDegree, .text = fmt::format("{:.2f}", value), .risk = value};
+}
 
 constexpr ColumnSpec<gh::DiffRow> kDiffColumns[] = {
     {"File", Align::kLeft,
@@ -68,6 +71,26 @@ constexpr ColumnSpec<gh::ComponentHotspot> kComponentHotspotColumns[] = {
     {"Risk", Align::kRight, [](const gh::ComponentHotspot& r) { return risk(r.risk_score); }},
 };
 
+constexpr ColumnSpec<gh::CouplingPair> kCouplingColumns[] = {
+    {"File", Align::kLeft, [](const gh::CouplingPair& r) { return name(r.path); }},
+    {"Coupled with", Align::kLeft, [](const gh::CouplingPair& r) { return name(r.coupled_path); }},
+    {"Degree", Align::kRight, [](const gh::CouplingPair& r) { return degree(r.degree); }},
+    {"Shared", Align::kRight, [](const gh::CouplingPair& r) { return count(r.shared_commits); }},
+    {"Commits", Align::kRight,
+     [](const gh::CouplingPair& r) {
+       return CellValue{.kind = CellKind::kCounts,
+                        .text = fmt::format("{} / {}", r.commits, r.coupled_commits)};
+     }},
+};
+
+constexpr ColumnSpec<gh::MissingPartner> kMissingPartnerColumns[] = {
+    {"File", Align::kLeft, [](const gh::MissingPartner& r) { return name(r.path); }},
+    {"Changes with", Align::kLeft,
+     [](const gh::MissingPartner& r) { return name(r.coupled_path); }},
+    {"Degree", Align::kRight, [](const gh::MissingPartner& r) { return degree(r.degree); }},
+    {"Shared", Align::kRight, [](const gh::MissingPartner& r) { return count(r.shared_commits); }},
+};
+
 }  // namespace
 
 std::span<const ColumnSpec<gh::DiffRow>> diff_columns() { return kDiffColumns; }
@@ -75,6 +98,11 @@ std::span<const ColumnSpec<gh::HistoryRow>> history_columns() { return kHistoryC
 std::span<const ColumnSpec<gh::FileHotspot>> file_hotspot_columns() { return kFileHotspotColumns; }
 std::span<const ColumnSpec<gh::ComponentHotspot>> component_hotspot_columns() {
   return kComponentHotspotColumns;
+}
+
+std::span<const ColumnSpec<gh::CouplingPair>> coupling_columns() { return kCouplingColumns; }
+std::span<const ColumnSpec<gh::MissingPartner>> missing_partner_columns() {
+  return kMissingPartnerColumns;
 }
 
 std::string symbol_text(const gh::SymbolRow& symbol) {

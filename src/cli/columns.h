@@ -26,6 +26,8 @@ enum class CellKind {
   kDeleted,  // lines deleted: "-3"
   kStatus,   // added, modified, deleted, renamed, copied
   kRisk,     // a risk score in [0, 1], two decimals
+  kDegree,   // a degree of coupling in [0, 1], two decimals
+  kCounts,   // whole numbers of each of two files: "12 / 9"
   kTime,     // an instant, Unix seconds, UTC
 };
 
@@ -35,7 +37,7 @@ struct CellValue {
   CellKind kind = CellKind::kText;
   std::optional<std::string> text{};
   std::optional<std::string> old_name{};  // kName: the path before a rename or copy
-  double risk = 0;                        // kRisk
+  double risk = 0;                        // kRisk and kDegree
   std::int64_t time = 0;                  // kTime
 };
 
@@ -62,6 +64,8 @@ std::span<const ColumnSpec<git_history::DiffRow>> diff_columns();
 std::span<const ColumnSpec<git_history::HistoryRow>> history_columns();
 std::span<const ColumnSpec<git_history::FileHotspot>> file_hotspot_columns();
 std::span<const ColumnSpec<git_history::ComponentHotspot>> component_hotspot_columns();
+std::span<const ColumnSpec<git_history::CouplingPair>> coupling_columns();
+std::span<const ColumnSpec<git_history::MissingPartner>> missing_partner_columns();
 
 // "function run (lines 10-24)", raw text.
 std::string symbol_text(const git_history::SymbolRow& symbol);

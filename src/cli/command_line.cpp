@@ -46,19 +46,22 @@ struct Parser {
   RecentArgs recent;
   HotspotsArgs hotspots;
   DiffArgs diff;
+  CouplingArgs coupling;
   IndexArgs index;
   ReportArgs report;
   OptionalString index_file, recent_branch, hotspots_branch, diff_base, diff_head;
-  OptionalString report_branch, report_output, report_format;
+  OptionalString coupling_branch, coupling_path, report_branch, report_output, report_format;
   CLI::App* recent_command = nullptr;
   CLI::App* hotspots_command = nullptr;
   CLI::App* diff_command = nullptr;
+  CLI::App* coupling_command = nullptr;
   CLI::App* report_command = nullptr;
 
   Parser();
   void add_recent();
   void add_hotspots();
   void add_diff();
+  void add_coupling();
   void add_index();
   void add_report();
   CommandLine result() const;
@@ -80,6 +83,7 @@ Parser::Parser() {
   add_recent();
   add_hotspots();
   add_diff();
+  add_coupling();
   add_index();
   add_report();
 }
@@ -116,8 +120,43 @@ void Parser::add_diff() {
   diff_head.add(*diff_command, "--head", "The branch compared (default: checked out)");
   diff_command->add_flag("--symbols", diff.question.include_symbols,
                          "List the symbols on changed lines");
+  CLI::Option* partners = diff_command->add_flag(
+      "--partners", diff.partners,
+      "Also list the files that kept changing with the branch's files on the base, but that "
+      "the branch did not change");
+  diff_command
+      ->add_option("--partners-since", diff.partners_since,
+                   "The base's period that judges --partners, e.g. '6 months'")
+      ->capture_default_str()
+      ->needs(partners);
   add_common_flags(*diff_command, diff.question.source_only, diff.json);
   add_page_options(*diff_command, diff.question.limit, diff.question.offset);
+}
+
+void Parser::add_coupling() {
+  coupling_command =
+      app.add_subcommand("coupling", "Pairs of files a period kept changing in the same commits");
+  git_history::CouplingOptions& q = coupling.question;
+  coupling_command->add_option("--since", q.since, "The period, e.g. '1 year' or 2024-05-01")
+      ->required();
+  coupling_branch.add(*coupling_command, "--branch",
+                      "Whose history to read (default: checked out)");
+  coupling_path.add(*coupling_command, "--path", "Only the pairs of this file (its latest path)");
+  coupling_command->add_option("--min-revisions", q.min_revisions, "Commits of each file, at least")
+      ->capture_default_str();
+  coupling_command
+      ->add_option("--min-shared", q.min_shared, "Commits the two files share, at least")
+      ->capture_default_str();
+  coupling_command
+      ->add_option("--min-degree", q.min_degree,
+                   "Degree of coupling, 0 to 1: 2 x shared / (commits of one + of the other)")
+      ->capture_default_str();
+  coupling_command
+      ->add_option("--max-changeset", q.max_changeset,
+                   "Files a commit changes, at most, for it to count (more: a bulk change)")
+      ->capture_default_str();
+  add_common_flags(*coupling_command, q.source_only, coupling.json);
+  add_page_options(*coupling_command, q.limit, q.offset);
 }
 
 void Parser::add_index() {
@@ -157,6 +196,11 @@ CommandLine Parser::result() const {
     args.question.base_branch = diff_base.value();
     args.question.head_branch = diff_head.value();
     line.command = args;
+  } else if (coupling_command->parsed()) {
+    CouplingArgs args = coupling;
+    args.question.branch = coupling_branch.value();
+    args.question.path = coupling_path.value();
+    line.command = args;
   } else if (report_command->parsed()) {
     ReportArgs args = report;
     args.branch = report_branch.value();
@@ -170,7 +214,8 @@ CommandLine Parser::result() const {
 bool takes_value(std::string_view name) {
   for (std::string_view option :
        {"--repo", "--index", "--since", "--branch", "--group-by", "--base", "--head", "--limit",
-        "--offset", "--output", "--format"}) {
+        "--offset", "--output", "--format", "--partners-since", "--path", "--min-revisions",
+        "--min-shared", "--min-degree", "--max-changeset"}) {
     if (name == option) return true;
   }
   return false;

@@ -56,6 +56,22 @@ struct DiffArgs {
                                           .limit = 50,
                                           .offset = 0,
                                           .source_only = false};
+  bool partners = false;                  // add the files the branch probably forgot
+  std::string partners_since = "1 year";  // the base's period that judges them
+  bool json = false;
+};
+
+struct CouplingArgs {
+  git_history::CouplingOptions question{.since = "",
+                                        .branch = std::nullopt,
+                                        .path = std::nullopt,
+                                        .source_only = false,
+                                        .min_revisions = git_history::kDefaultMinRevisions,
+                                        .min_shared = git_history::kDefaultMinShared,
+                                        .min_degree = git_history::kDefaultMinDegree,
+                                        .max_changeset = git_history::kDefaultMaxChangeset,
+                                        .limit = 50,
+                                        .offset = 0};
   bool json = false;
 };
 
@@ -77,7 +93,7 @@ struct IndexArgs {
 
 struct CommandLine {
   GlobalOptions global;
-  std::variant<RecentArgs, HotspotsArgs, DiffArgs, IndexArgs, ReportArgs> command;
+  std::variant<RecentArgs, HotspotsArgs, DiffArgs, CouplingArgs, IndexArgs, ReportArgs> command;
 };
 
 // The outcome of reading the arguments: a command to run, or an exit code

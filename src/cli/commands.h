@@ -38,6 +38,7 @@ struct HistoryQuery {
 int run_recent(const HistoryQuery& query, const RecentArgs& args, const Terminal& terminal);
 int run_hotspots(const HistoryQuery& query, const HotspotsArgs& args, const Terminal& terminal);
 int run_diff(const HistoryQuery& query, const DiffArgs& args, const Terminal& terminal);
+int run_coupling(const HistoryQuery& query, const CouplingArgs& args, const Terminal& terminal);
 
 struct RepositoryLocation;
 

@@ -1,7 +1,8 @@
-// `lomarind report`: a period's hotspots and recent changes as one page to
-// look at (HTML) or as tables for a wiki (Markdown). Every part is one of the
-// module's own answers, exactly as `lomarind hotspots` and `lomarind recent`
-// give it, all built from one read of the period's log.
+// `lomarind report`: a period's hotspots, change coupling and recent changes
+// as one page to look at (HTML) or as tables for a wiki (Markdown). Every
+// part is one of the module's own answers, exactly as `lomarind hotspots`,
+// `lomarind coupling` and `lomarind recent` give it, all built from one read
+// of the period's log.
 #pragma once
 
 #include <chrono>
@@ -22,6 +23,7 @@ inline constexpr std::int64_t kMapFiles = 400;       // files on the map, busies
 inline constexpr std::int64_t kTableFiles = 50;      // rows of the file table
 inline constexpr std::int64_t kMaxComponents = 200;  // rows of the component table
 inline constexpr std::int64_t kRecentRows = 30;      // rows of recent changes
+inline constexpr std::int64_t kCouplingPairs = 30;   // pairs of the coupling table and picture
 inline constexpr std::size_t kMaxWeeks = 260;        // bars of the weekly chart
 
 struct WeekCount {
@@ -33,11 +35,12 @@ struct WeekCount {
 struct ReportContent {
   std::string repository;  // the work tree's top level
   bool index_used = false;
-  std::int64_t generated = 0;                        // Unix seconds, UTC
-  std::int64_t period_start = 0;                     // Unix seconds, UTC
-  git_history::HotspotsAnswer files;                 // by file: the kMapFiles busiest
-  git_history::HotspotsAnswer components;            // by component
-  git_history::RecentChangesAnswer recent;           // the latest kRecentRows, symbols when indexed
+  std::int64_t generated = 0;               // Unix seconds, UTC
+  std::int64_t period_start = 0;            // Unix seconds, UTC
+  git_history::HotspotsAnswer files;        // by file: the kMapFiles busiest
+  git_history::HotspotsAnswer components;   // by component
+  git_history::CouplingAnswer coupling;     // the kCouplingPairs strongest, usual thresholds
+  git_history::RecentChangesAnswer recent;  // the latest kRecentRows, symbols when indexed
   std::map<std::string, std::int64_t> last_changed;  // Unix seconds, UTC, by path
   std::vector<WeekCount> weeks;                      // oldest first
 };

@@ -36,6 +36,20 @@ struct Questions {
                              .source_only = args.source_only});
   }
 
+  git_history::CouplingAnswer coupling(std::int64_t limit) const {
+    return history.change_coupling(query.repository, query.repo_root,
+                                   {.since = args.since,
+                                    .branch = args.branch,
+                                    .path = std::nullopt,
+                                    .source_only = args.source_only,
+                                    .min_revisions = git_history::kDefaultMinRevisions,
+                                    .min_shared = git_history::kDefaultMinShared,
+                                    .min_degree = git_history::kDefaultMinDegree,
+                                    .max_changeset = git_history::kDefaultMaxChangeset,
+                                    .limit = limit,
+                                    .offset = 0});
+  }
+
   git_history::RecentChangesAnswer recent(std::int64_t limit, bool symbols) const {
     return history.recent_changes(query.repository, query.repo_root,
                                   {.since = args.since,
@@ -109,6 +123,7 @@ ReportContent gather_report(const HistorySession& session, const ReportArgs& arg
   const Questions ask{history, query, args};
   content.files = ask.hotspots("file", kMapFiles);
   content.components = ask.hotspots("component", kMaxComponents);
+  content.coupling = ask.coupling(kCouplingPairs);
   content.recent = ask.recent(kRecentRows, index_used);
 
   const git_utils::KeptLog& log = *git.last_log();

@@ -5,6 +5,7 @@
 #include <span>
 
 #include "cli/columns.h"
+#include "cli/coupling_chart.h"
 #include "cli/markup_text.h"
 #include "cli/report.h"
 #include "cli/report_charts.h"
@@ -45,6 +46,14 @@ svg.map .file rect{stroke:#fff;stroke-width:.6}
 svg.map .file:hover rect{stroke:#111;stroke-width:2}
 svg.map .file-label{font-size:11px;fill:#1f2430;pointer-events:none}
 svg.map .file-label.light{fill:#fff}
+svg.coupling{width:auto;max-width:100%;margin-bottom:4px}
+#coupling .legend{margin-bottom:14px}
+svg.coupling .cluster{fill:#f2f3f7}
+svg.coupling .node circle{fill:#312e81}
+svg.coupling .node text{font-size:12px;fill:#1f2430;font-family:ui-monospace,SFMono-Regular,Menlo,monospace}
+svg.coupling .node:hover text{font-weight:700}
+svg.coupling .arc path{fill:none;stroke-opacity:.8}
+svg.coupling .arc:hover path{stroke-opacity:1;stroke:#b91c1c}
 svg.weeks .week rect{fill:#e8590c}
 svg.weeks .week:hover rect{fill:#b91c1c}
 svg.weeks .axis{stroke:#98a2b3}
@@ -119,6 +128,7 @@ std::string html_cell(const CellValue& value) {
       return "<td class=\"name\">" + text + old_name;
     }
     case CellKind::kCount:
+    case CellKind::kCounts:
       return "<td class=\"num\">" + text;
     case CellKind::kAdded:
       return "<td class=\"num add\">" + text;
@@ -130,6 +140,10 @@ std::string html_cell(const CellValue& value) {
       return fmt::format(
           R"(<td class="risk"><span class="bar"><span style="width:{:.0f}%;background:{}"></span></span>{})",
           value.risk * 100, risk_colour(value.risk), text);
+    case CellKind::kDegree:
+      return fmt::format(
+          R"(<td class="risk"><span class="bar"><span style="width:{:.0f}%;background:{}"></span></span>{})",
+          value.risk * 100, degree_colour(value.risk), text);
     case CellKind::kTime:
       return "<td class=\"num\">" + date_minute_text(value.time);
     case CellKind::kText:
@@ -187,6 +201,35 @@ std::string component_table(const ReportContent& content) {
          "</section>";
 }
 
+std::string coupling_section(const ReportContent& content) {
+  const git_history::CouplingAnswer& coupling = content.coupling;
+  const auto shown = static_cast<std::int64_t>(coupling.pairs.size());
+  std::string note = fmt::format(
+      "Pairs of files that kept changing in the same commits{}: degree is 2 &times; shared "
+      "commits / (commits of one + commits of the other). Only files with at least {} commits, "
+      "sharing at least {}, with degree {:.2f} or more",
+      shown < coupling.page.total_count
+          ? fmt::format(", the {} strongest of {}", shown, coupling.page.total_count)
+          : "",
+      git_history::kDefaultMinRevisions, git_history::kDefaultMinShared,
+      git_history::kDefaultMinDegree);
+  if (coupling.bulk_commits > 0) {
+    note += fmt::format("; {} commit{} of more than {} files (bulk changes) are left out",
+                        coupling.bulk_commits, coupling.bulk_commits == 1 ? "" : "s",
+                        git_history::kDefaultMaxChangeset);
+  }
+  const std::string picture =
+      coupling.pairs.empty() ? ""
+                             : "<p class=\"note\">Each arc ties two files that change together; "
+                               "files tied by arcs form a cluster.</p>" +
+                                   coupling_chart_svg(coupling.pairs) + coupling_legend_html();
+  return "<section id=\"coupling\"><h2>Change coupling</h2><p class=\"note\">" + note + ".</p>" +
+         picture +
+         html_table(make_grid(coupling_columns(), std::span(coupling.pairs)), "pair",
+                    "No files changed together often enough.") +
+         "</section>";
+}
+
 std::string recent_table(const ReportContent& content) {
   const git_history::RecentChangesAnswer& recent = content.recent;
   return fmt::format(
@@ -233,6 +276,7 @@ std::string report_html(const ReportContent& content) {
           "</section>";
   page += file_table(content);
   page += component_table(content);
+  page += coupling_section(content);
   page += recent_table(content);
   page += fmt::format("<footer>Written by lomarind on {} (UTC).</footer></main></body></html>\n",
                       date_text(content.generated));

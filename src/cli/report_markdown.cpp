@@ -83,6 +83,8 @@ std::string report_markdown(const ReportContent& content) {
          markdown_table("File hotspots", make_grid(file_hotspot_columns(), shown)) +
          markdown_table("Component hotspots", make_grid(component_hotspot_columns(),
                                                         std::span(component_rows(content)))) +
+         markdown_table("Change coupling",
+                        make_grid(coupling_columns(), std::span(content.coupling.pairs))) +
          markdown_table("Recent changes (UTC)",
                         make_grid(history_columns(), std::span(content.recent.files))) +
          weeks_md(content);

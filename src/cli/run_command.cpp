@@ -8,6 +8,7 @@
 #include "cli/report.h"
 #include "cli/repository_location.h"
 #include "lomarind/utils/git_runner.h"
+#include "lomarind/workers/git_history/coupling.h"
 #include "lomarind/workers/git_history/records.h"
 
 namespace lomarind::cli {
@@ -37,6 +38,7 @@ IndexUse index_use(const RecentArgs& args) {
   return {q.include_symbols || q.source_only, q.include_symbols, q.branch};
 }
 IndexUse index_use(const HotspotsArgs&) { return {.facts = true}; }
+IndexUse index_use(const CouplingArgs& args) { return {.facts = args.question.source_only}; }
 IndexUse index_use(const DiffArgs& args) {
   const auto& q = args.question;
   return {q.include_symbols || q.source_only, q.include_symbols, q.head_branch};
@@ -105,6 +107,10 @@ int run_command(const CommandLine& line, const Terminal& terminal, const LogSink
           return run_history(line, args, terminal, sink, stop, run_hotspots);
         } else if constexpr (std::is_same_v<Args, DiffArgs>) {
           return run_history(line, args, terminal, sink, stop, run_diff);
+        } else if constexpr (std::is_same_v<Args, CouplingArgs>) {
+          // A threshold out of range needs no repository to be refused.
+          git_history::detail::check_thresholds(git_history::detail::thresholds_of(args.question));
+          return run_history(line, args, terminal, sink, stop, run_coupling);
         } else if constexpr (std::is_same_v<Args, ReportArgs>) {
           return run_report_command(line, args, terminal, sink, stop);
         } else {

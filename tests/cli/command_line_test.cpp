@@ -66,11 +66,31 @@ TEST(CommandLineTest, GlobalOptionsGoBeforeOrAfterTheCommand) {
   EXPECT_EQ(report.format, "markdown");
 }
 
+TEST(CommandLineTest, CouplingTakesItsThresholdsAndLeftOutOnesAreTheUsualOnes) {
+  const git_history::CouplingOptions usual =
+      parse_ok<CouplingArgs>({"coupling", "--since", "1y"}).question;
+  EXPECT_EQ(std::tuple(usual.path, usual.min_revisions, usual.min_shared, usual.min_degree,
+                       usual.max_changeset, usual.limit),
+            std::tuple(std::nullopt, 5, 5, 0.3, 30, 50));
+  // Out of range is the module's to refuse, with its own message.
+  const git_history::CouplingOptions given =
+      parse_ok<CouplingArgs>({"coupling", "--since", "1y", "--path=", "--min-revisions", "-2",
+                              "--min-shared=0", "--min-degree", "1.5", "--max-changeset", "1"})
+          .question;
+  EXPECT_EQ(std::tuple(given.path, given.min_revisions, given.min_shared, given.min_degree,
+                       given.max_changeset),
+            std::tuple(std::optional<std::string>(""), -2, 0, 1.5, 1));
+  EXPECT_FALSE(parse_ok<DiffArgs>({"diff"}).partners);
+  EXPECT_EQ(parse_ok<DiffArgs>({"diff", "--partners"}).partners_since, "1 year");
+}
+
 TEST(CommandLineTest, UsageErrorsExitTwoAndHelpExitsZero) {
   const std::vector<std::vector<std::string>> errors = {
       {"hotspots", "--branch", "main"},
       {"recent", "--since", "1w", "--limit", "many"},
       {"recent", "--since", "1w", "--group-by", "file"},
+      {"diff", "--partners-since", "6m"},
+      {"coupling", "--since", "1y", "--min-degree", "high"},
       {"index", "extra"},
       {"report", "--since", "1w", "--format", "pdf"},
       {"help", "frobnicate"},
@@ -85,10 +105,11 @@ TEST(CommandLineTest, UsageErrorsExitTwoAndHelpExitsZero) {
   }
   const std::pair<std::vector<std::string>, std::string> messages[] = {
       {{"frobnicate"},
-       "unknown command 'frobnicate'; the commands are recent, hotspots, diff, index and report"},
+       "unknown command 'frobnicate'; the commands are recent, hotspots, diff, coupling, index and "
+       "report"},
       {{"hotspot"},
        "unknown command 'hotspot'; did you mean 'hotspots'? The commands are recent, hotspots, "
-       "diff, index and report"},
+       "diff, coupling, index and report"},
       {{"hotspots", "--sinc", "1y"}, "unknown option '--sinc'; did you mean '--since'?"},
       {{"diff", "--bse=main"}, "unknown option '--bse'; did you mean '--base'?"},
       {{"recent", "--since", "1w", "--frobnicate"}, "unknown option '--frobnicate'"},

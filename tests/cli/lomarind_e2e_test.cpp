@@ -82,6 +82,60 @@ TEST_F(LomarindProgramTest, JsonKeepsTheAnswersKeyOrderAndNumberKinds) {
             R"([{"path":"src/lib/util.cc","status":"modified","additions":1,"deletions":0}])");
 }
 
+// A header edited with its source five times, then renamed with it; a mass
+// change of 33 files counts nowhere. The base's history judges a branch.
+TEST_F(LomarindProgramTest, CouplingFollowsRenamesSkipsBulkCommitsAndJudgesABranch) {
+  for (int i = 0; i < 5; ++i) {
+    repo_.write("src/app/main.cc", "int main() { return " + std::to_string(i) + "; }\n");
+    repo_.write("src/app/main.h", "// " + std::to_string(i) + "\n");
+    repo_.commit("together", kStart + (3 + i) * kDay);
+  }
+  repo_.git({"mv", "src/app/main.h", "src/app/app.h"});
+  repo_.write("src/app/main.cc", "#include \"app.h\"\nint main() {}\n");
+  repo_.commit("rename", kStart + 8 * kDay);
+  for (int i = 0; i < 31; ++i) repo_.write("bulk/f" + std::to_string(i) + ".txt", "x\n");
+  repo_.write("src/app/main.cc", "int main() { return 9; }\n");
+  repo_.write("src/app/app.h", "// bulk\n");
+  repo_.commit("mass change", kStart + 9 * kDay);
+
+  const CommandResult result = lomarind({"coupling", "--since", "2023-01-01", "--json"});
+  ASSERT_EQ(result.status, 0) << result.err;
+  const Json coupling = Json::parse(result.out);
+  EXPECT_EQ(keys(coupling),
+            "since branch commit_count bulk_commits excluded_files pairs total_count truncated "
+            "has_more offset");
+  EXPECT_EQ(coupling["bulk_commits"], 1);
+  EXPECT_EQ(coupling["pairs"].dump(),
+            R"([{"path":"src/app/app.h","coupled_path":"src/app/main.cc","degree":0.8,)"
+            R"("shared_commits":6,"commits":6,"coupled_commits":9}])");
+  EXPECT_NE(result.out.find("\"degree\": 0.8,"), std::string::npos);
+  const Json focused =
+      answer({"coupling", "--since", "2023-01-01", "--path", "src/app/main.cc", "--min-revisions",
+              "1", "--min-shared=1", "--min-degree", "0", "--json"});
+  EXPECT_EQ(focused["pairs"][0]["path"], "src/app/main.cc");
+  EXPECT_EQ(focused["total_count"], 3);  // with app.h, README.md and util.cc
+
+  repo_.git({"checkout", "-q", "-b", "topic"});
+  repo_.write("src/app/main.cc", "int main() { return 10; }\n");
+  repo_.commit("topic work", kStart + 10 * kDay);
+  const Json diff = answer({"diff", "--partners", "--partners-since", "2023-01-01", "--json"});
+  EXPECT_EQ(std::prev(diff.end()).key(), "missing_partners");
+  EXPECT_EQ(diff["missing_partners"].dump(),
+            R"([{"path":"src/app/app.h","coupled_path":"src/app/main.cc","degree":0.8,)"
+            R"("shared_commits":6}])");
+  const CommandResult table = lomarind({"diff", "--partners", "--partners-since", "2023-01-01"});
+  EXPECT_NE(table.out.find("Probably also needs"), std::string::npos) << table.out;
+}
+
+TEST_F(LomarindProgramTest, CouplingThresholdsAreRefusedBeforeAnyRepositoryIsSought) {
+  TempDir elsewhere;
+  const CommandResult result =
+      lomarind({"coupling", "--since", "1y", "--min-degree", "1.50"}, elsewhere.path());
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.out, "");
+  EXPECT_EQ(result.err, "lomarind: min_degree must be between 0 and 1; got 1.5\n");
+}
+
 TEST_F(LomarindProgramTest, ExitStatusSaysWhoIsWrong) {
   TempDir elsewhere;
   struct Case {

@@ -29,8 +29,8 @@ HOSTILE = [b'<img src=x onerror=alert(1)>.c', b'"><script>alert(1)<', b"a|b*c*_d
 # What the page is made of; anything else was made from a name.
 PAGE_TAGS = {"html", "head", "meta", "title", "style", "body", "main", "header", "h1", "h2",
              "span", "p", "dl", "div", "dt", "dd", "small", "section", "svg", "g", "rect",
-             "text", "clippath", "line", "table", "thead", "tbody", "tr", "th", "td", "ul",
-             "li", "b", "footer", "ol"}
+             "text", "clippath", "line", "circle", "path", "table", "thead", "tbody", "tr", "th",
+             "td", "ul", "li", "b", "footer", "ol"}
 
 
 def run(args, cwd, **kwargs):
@@ -66,6 +66,11 @@ def repo(tmp_path_factory):
     for name in HOSTILE:
         write(root, b"lib/" + name, "int x;\n")
     commit(root, "first", 40)
+    # A hostile name changed with util.c five times: a coupled pair.
+    for day in (39, 38, 37, 36, 35):
+        write(root, b"lib/" + HOSTILE[0], f"int x = {day};\n")
+        write(root, "lib/util.c", f"int add(int a, int b) {{ return a + b + {day}; }}\n")
+        commit(root, f"together {day}", day)
     for day in (30, 20, 10):
         write(root, "web/app.c", f"int main(void) {{ return {day}; }}\nint more{day}(void) {{ return 1; }}\n")
         commit(root, f"web {day}", day)
@@ -169,6 +174,22 @@ def test_page_in_a_browser_shows_every_hotspot_and_no_name_as_markup(repo):
     assert all(next(box.find("title")).text().split("\n")[0] in {shown(r["name"]) for r in files["hotspots"]}
                for box in boxes)
 
+    pairs = answer(repo, "coupling", "--since", SINCE, "--limit", "30")["pairs"]
+    section = next(dom.find(id_="coupling"))
+    assert [[td.text() for td in tr.find("td")] for tr in section.find("tr", cls="pair")] == \
+        coupling_rows(pairs)
+    assert [shown(p["path"]) for p in pairs] == [shown(os.fsdecode(b"lib/" + HOSTILE[0]))]
+    chart = next(section.find("svg", cls="coupling"))
+    assert len(list(chart.find("g", cls="arc"))) == len(pairs)
+    nodes = {next(g.find("title")).text().split(":")[0] for g in chart.find("g", cls="node")}
+    assert nodes == {shown(p[key]) for p in pairs for key in ("path", "coupled_path")}
+
+
+def coupling_rows(pairs):
+    """The coupling table's cells as the report shows the answer's pairs."""
+    return [[shown(p["path"]), shown(p["coupled_path"]), f"{p['degree']:.2f}",
+             str(p["shared_commits"]), f"{p['commits']} / {p['coupled_commits']}"] for p in pairs]
+
 
 def signed(count, sign):
     """A line count as the tables show it: signed, but zero bare."""
@@ -195,6 +216,7 @@ def test_markdown_tables_read_back_as_the_json_answers(repo, tmp_path):
     files = answer(repo, "hotspots", "--since", SINCE, "--limit", "50")["hotspots"]
     components = answer(repo, "hotspots", "--since", SINCE, "--group-by", "component")["hotspots"]
     recent = answer(repo, "recent", "--since", SINCE, "--limit", "30", "--symbols")["files"]
+    pairs = answer(repo, "coupling", "--since", SINCE, "--limit", "30")["pairs"]
 
     assert tables["File hotspots"] == [
         [shown(r["name"]), str(r["commits"]), signed(r["additions"], "+"), signed(r["deletions"], "-"),
@@ -209,7 +231,8 @@ def test_markdown_tables_read_back_as_the_json_answers(repo, tmp_path):
          "; ".join(f"{s['kind']} {s['name']} (lines {s['line']}-{s['end_line']})"
                    for s in r["symbols"])] for r in recent]
     assert any(r["symbols"] for r in recent) and any("old_path" in r for r in recent)
-    assert sum(int(count) for _, count in tables["Commits per week"]) == 5
+    assert tables["Change coupling"] == coupling_rows(pairs) and pairs
+    assert sum(int(count) for _, count in tables["Commits per week"]) == 10
 
 
 def test_a_run_cut_short_leaves_the_old_file_or_the_whole_new_one(repo, tmp_path):

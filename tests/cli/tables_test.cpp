@@ -117,5 +117,54 @@ TEST(TablesTest, EmptyPagesSayWhyAndColourOnlyWhenAsked) {
   EXPECT_NE(diff_table(deleted, colour).find("\x1b[31mdeleted\x1b[0m"), std::string::npos);
 }
 
+TEST(TablesTest, CouplingShowsBothFilesTheirCommitsAndWhatWasLeftOut) {
+  gh::CouplingAnswer answer{.period = {.since = "1 year", .branch = "main", .commit_count = 40},
+                            .bulk_commits = 2,
+                            .excluded_files = 1,
+                            .pairs = {{.path = "src/a.cc",
+                                       .coupled_path = "src/a.h",
+                                       .degree = 0.9,
+                                       .shared_commits = 9,
+                                       .commits = 10,
+                                       .coupled_commits = 10},
+                                      {.path = "tab\there.py",
+                                       .coupled_path = "x.py",
+                                       .degree = 0.35,
+                                       .shared_commits = 5,
+                                       .commits = 12,
+                                       .coupled_commits = 17}}};
+  answer.page = page(3, 0, 2);
+  EXPECT_EQ(coupling_table(answer, kPlain),
+            "main since '1 year' (1970-01-01): 40 commits; 2 commits change too many files to "
+            "count; 1 file "
+            "is not production source\n"
+            "FILE          COUPLED WITH  DEGREE  SHARED  COMMITS\n"
+            "src/a.cc      src/a.h         0.90       9  10 / 10\n"
+            "tab\\there.py  x.py            0.35       5  12 / 17\n"
+            "Showing pairs 1-2 of 3; pass --offset 2 for the next page.\n");
+}
+
+TEST(TablesTest, DiffListsWhatTheBranchProbablyForgotOnlyWhenAsked) {
+  gh::BranchDiffAnswer answer{.base_branch = "main", .head_branch = "topic", .commit_count = 1};
+  answer.files = {{.change = {.path = "src/a.cc", .status = "modified", .additions = 2}}};
+  answer.page = page(1, 0, 1);
+  const std::string files =
+      "topic against main: 1 commit\n"
+      "FILE      STATUS    ADDED  DELETED\n"
+      "src/a.cc  modified     +2        0\n"
+      "Showing files 1-1 of 1.\n";
+  EXPECT_EQ(diff_table(answer, kPlain), files);
+  answer.missing_partners = std::vector<gh::MissingPartner>{
+      {.path = "src/a.h", .coupled_path = "src/a.cc", .degree = 0.9, .shared_commits = 9}};
+  EXPECT_EQ(diff_table(answer, kPlain),
+            files +
+                "\nProbably also needs (they keep changing with these files on main):\n"
+                "FILE     CHANGES WITH  DEGREE  SHARED\n"
+                "src/a.h  src/a.cc        0.90       9\n");
+  answer.missing_partners->clear();
+  EXPECT_EQ(diff_table(answer, kPlain),
+            files + "Probably also needs: nothing; no file on main keeps changing with these.\n");
+}
+
 }  // namespace
 }  // namespace lomarind::cli

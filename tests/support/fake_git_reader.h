@@ -2,13 +2,16 @@
 // must see which git questions an answer asks, in which order.
 #pragma once
 
+#include <algorithm>
 #include <chrono>
 #include <cstdint>
 #include <filesystem>
+#include <initializer_list>
 #include <map>
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "lomarind/utils/git_utils.h"
@@ -27,6 +30,38 @@ inline git_utils::FileChange change(std::string path, std::string status,
                                     std::int64_t additions = 0, std::int64_t deletions = 0,
                                     std::optional<std::string> old_path = std::nullopt) {
   return {std::move(path), std::move(status), additions, deletions, std::move(old_path)};
+}
+
+// A log, newest first, from one line per commit: each word a modified path,
+// "-path" deleted, "new<old" renamed, "new+old" copied; "3*" before the
+// words repeats the commit three times.
+inline std::vector<git_utils::CommitChanges> log_of(
+    std::initializer_list<std::string_view> commits) {
+  std::vector<git_utils::CommitChanges> log;
+  for (std::string_view line : commits) {
+    std::size_t repeat = 1;
+    if (const std::size_t star = line.find('*'); star != std::string_view::npos) {
+      repeat = std::stoul(std::string(line.substr(0, star)));
+      line.remove_prefix(star + 1);
+    }
+    git_utils::CommitChanges commit{"c", 1500, {}};
+    for (std::size_t end = 0; !line.empty(); line.remove_prefix(std::min(end + 1, line.size()))) {
+      end = std::min(line.find(' '), line.size());
+      const std::string word(line.substr(0, end));
+      const std::size_t mark = word.find_first_of("<+");
+      if (word.starts_with('-')) {
+        commit.files.push_back(change(word.substr(1), "deleted"));
+      } else if (mark != std::string::npos) {
+        commit.files.push_back(change(word.substr(0, mark),
+                                      word[mark] == '<' ? "renamed" : "copied", 1, 0,
+                                      word.substr(mark + 1)));
+      } else {
+        commit.files.push_back(change(word, "modified", 1));
+      }
+    }
+    log.insert(log.end(), repeat, commit);
+  }
+  return log;
 }
 
 class FakeGitReader final : public git_utils::GitReader {

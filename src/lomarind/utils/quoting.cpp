@@ -2,12 +2,41 @@
 
 #include <utf8proc.h>
 
+#include <charconv>
+#include <cmath>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 
 #include "lomarind/utils/utf8.h"
 
 namespace lomarind::quoting {
+namespace {
+
+// digits[0].digits[1...] x 10^exponent laid out as Python's repr lays out a
+// float: positionally for 1e-4 <= |value| < 1e16, else with an exponent of
+// at least two digits.
+std::string python_layout(const std::string& digits, int exponent) {
+  std::string out;
+  const auto size = static_cast<int>(digits.size());
+  if (exponent < -4 || exponent >= 16) {
+    out.append(digits, 0, 1);
+    if (size > 1) out.append(".").append(digits, 1);
+    char exponent_text[16];
+    std::snprintf(exponent_text, sizeof exponent_text, "e%c%02d", exponent < 0 ? '-' : '+',
+                  std::abs(exponent));
+    return out.append(exponent_text);
+  }
+  if (exponent < 0) {
+    return out.append("0.").append(static_cast<std::size_t>(-exponent - 1), '0').append(digits);
+  }
+  const auto whole = static_cast<std::size_t>(exponent + 1);
+  if (whole >= digits.size()) return out.append(digits).append(whole - digits.size(), '0') + ".0";
+  return out.append(digits, 0, whole).append(".").append(digits, whole);
+}
+
+}  // namespace
+
 bool is_printable(char32_t cp) {
   if (cp == U' ') return true;
   switch (utf8proc_category(static_cast<utf8proc_int32_t>(cp))) {
@@ -84,6 +113,29 @@ std::string quoted_name(std::string_view text) {
 
 std::string quoted_name(const std::optional<std::string>& text) {
   return text ? quoted_name(std::string_view(*text)) : std::string("None");
+}
+
+std::string float_repr(double value) {
+  if (std::isnan(value)) return "nan";
+  if (std::isinf(value)) return value < 0 ? "-inf" : "inf";
+  // The shortest round-trip digits, as "-d.ddde+XX"; Python's repr picks the
+  // same digits and only lays them out its own way.
+  char buffer[64];
+  const auto written =
+      std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::scientific);
+  std::string_view text(buffer, static_cast<std::size_t>(written.ptr - buffer));
+  const bool negative = text.front() == '-';
+  if (negative) text.remove_prefix(1);
+  const std::size_t e = text.find('e');
+  std::string digits;
+  for (const char c : text.substr(0, e)) {
+    if (c != '.') digits += c;
+  }
+  int exponent = 0;
+  std::from_chars(text.data() + e + 2, text.data() + text.size(), exponent);
+  if (text[e + 1] == '-') exponent = -exponent;
+  std::string out = negative ? "-" : "";
+  return out.append(python_layout(digits, exponent));
 }
 
 }  // namespace lomarind::quoting

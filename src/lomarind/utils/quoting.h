@@ -39,4 +39,10 @@ inline std::string quoted_name(const std::string& text) {
 }
 inline std::string quoted_name(const char* text) { return quoted_name(std::string_view(text)); }
 
+// A double as Python's repr writes a float, for messages that quote a
+// number: the shortest digits that read back as the same double, positional
+// from 1e-4 up to 1e16 ("0.3", "2.0", "-0.0") and with an exponent outside
+// ("1e+16", "1.5e-05"); "nan", "inf" and "-inf".
+std::string float_repr(double value);
+
 }  // namespace lomarind::quoting

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <limits>
 #include <nlohmann/json.hpp>
 
 namespace lomarind::quoting {
@@ -33,6 +34,33 @@ TEST(QuotedNameTest, MatchesPythonReprForEveryRecordedCase) {
 TEST(QuotedNameTest, AbsentIsNone) {
   EXPECT_EQ(quoted_name(std::optional<std::string>()), "None");
   EXPECT_EQ(quoted_name(std::optional<std::string>("")), "''");
+}
+
+// The expected texts are a Python interpreter's repr() of the same doubles.
+TEST(FloatReprTest, WritesADoubleAsPythonDoes) {
+  const std::pair<double, std::string_view> cases[] = {
+      {0.3, "0.3"},
+      {1.5, "1.5"},
+      {2.0, "2.0"},
+      {-0.0, "-0.0"},
+      {0.0, "0.0"},
+      {-2.5, "-2.5"},
+      {100.0, "100.0"},
+      {12345.678, "12345.678"},
+      {0.1 + 0.2, "0.30000000000000004"},
+      {9999999999999998.0, "9999999999999998.0"},  // the last positional one
+      {1e16, "1e+16"},
+      {123456789012345678.0, "1.2345678901234568e+17"},
+      {1e300, "1e+300"},
+      {1e-4, "0.0001"},  // the last positional one below 1
+      {1e-5, "1e-05"},
+      {1.5e-5, "1.5e-05"},
+      {5e-324, "5e-324"},
+      {std::numeric_limits<double>::quiet_NaN(), "nan"},
+      {std::numeric_limits<double>::infinity(), "inf"},
+      {-std::numeric_limits<double>::infinity(), "-inf"},
+  };
+  for (const auto& [value, text] : cases) EXPECT_EQ(float_repr(value), text);
 }
 
 }  // namespace

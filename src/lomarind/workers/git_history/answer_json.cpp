@@ -87,6 +87,26 @@ Json to_json(const ComponentHotspot& row) {
   return object;
 }
 
+Json to_json(const CouplingPair& row) {
+  Json object = Json::object();
+  object["path"] = row.path;
+  object["coupled_path"] = row.coupled_path;
+  object["degree"] = row.degree;
+  object["shared_commits"] = row.shared_commits;
+  object["commits"] = row.commits;
+  object["coupled_commits"] = row.coupled_commits;
+  return object;
+}
+
+Json to_json(const MissingPartner& row) {
+  Json object = Json::object();
+  object["path"] = row.path;
+  object["coupled_path"] = row.coupled_path;
+  object["degree"] = row.degree;
+  object["shared_commits"] = row.shared_commits;
+  return object;
+}
+
 Json to_json(const PeriodFields& period) {
   Json object = Json::object();
   object["since"] = period.since;
@@ -103,7 +123,9 @@ Json to_json(const BranchDiffAnswer& answer) {
   object["commit_count"] = answer.commit_count;
   object["excluded_files"] = answer.excluded_files;
   if (answer.note) object["note"] = *answer.note;
-  return paginated(std::move(object), "files", answer.files, answer.page);
+  object = paginated(std::move(object), "files", answer.files, answer.page);
+  if (answer.missing_partners) object["missing_partners"] = to_json(*answer.missing_partners);
+  return object;
 }
 
 Json to_json(const RecentChangesAnswer& answer) {
@@ -119,6 +141,13 @@ Json to_json(const HotspotsAnswer& answer) {
   return std::visit(
       [&](const auto& rows) { return paginated(std::move(object), "hotspots", rows, answer.page); },
       answer.hotspots);
+}
+
+Json to_json(const CouplingAnswer& answer) {
+  Json object = to_json(answer.period);
+  object["bulk_commits"] = answer.bulk_commits;
+  object["excluded_files"] = answer.excluded_files;
+  return paginated(std::move(object), "pairs", answer.pairs, answer.page);
 }
 
 }  // namespace lomarind::git_history

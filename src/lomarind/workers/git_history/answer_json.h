@@ -1,6 +1,6 @@
 // The one serializer of the history module's rows and answers: each record
 // becomes an ordered JSON object whose keys stand in the answer's own order,
-// integers as integers and risk scores as doubles. The program prints these
+// integers as integers and risk scores and degrees as doubles. The program prints these
 // objects and the Python extension turns them into dicts, so both show the
 // same keys in the same order.
 #pragma once
@@ -18,10 +18,13 @@ Json to_json(const DiffRow& row);
 Json to_json(const HistoryRow& row);
 Json to_json(const FileHotspot& row);
 Json to_json(const ComponentHotspot& row);
+Json to_json(const CouplingPair& row);
+Json to_json(const MissingPartner& row);
 Json to_json(const PeriodFields& period);
 Json to_json(const BranchDiffAnswer& answer);
 Json to_json(const RecentChangesAnswer& answer);
 Json to_json(const HotspotsAnswer& answer);
+Json to_json(const CouplingAnswer& answer);
 
 // A JSON array of to_json(row) for each row.
 template <typename Row>

@@ -109,7 +109,33 @@ struct PageFields {
   bool operator==(const PageFields&) const = default;
 };
 
-// base_branch, head_branch, commit_count, excluded_files, note, files, page.
+// Two files that kept changing in the same commits: path, coupled_path
+// (path first in code-point order, or the file asked about), degree,
+// shared_commits, commits (of path), coupled_commits.
+struct CouplingPair {
+  std::string path{};
+  std::string coupled_path{};
+  double degree = 0;  // 2 x shared / (commits + coupled_commits), two places
+  std::int64_t shared_commits = 0;
+  std::int64_t commits = 0;
+  std::int64_t coupled_commits = 0;
+
+  bool operator==(const CouplingPair&) const = default;
+};
+
+// A file the branch did not change although it keeps changing with one it
+// did: path, coupled_path (that changed file), degree, shared_commits.
+struct MissingPartner {
+  std::string path{};
+  std::string coupled_path{};
+  double degree = 0;
+  std::int64_t shared_commits = 0;
+
+  bool operator==(const MissingPartner&) const = default;
+};
+
+// base_branch, head_branch, commit_count, excluded_files, note, files, page,
+// and missing_partners last, only when asked for.
 struct BranchDiffAnswer {
   std::string base_branch{};
   std::string head_branch{};
@@ -118,6 +144,7 @@ struct BranchDiffAnswer {
   std::optional<std::string> note{};
   std::vector<DiffRow> files{};
   PageFields page{};
+  std::optional<std::vector<MissingPartner>> missing_partners{};
 
   bool operator==(const BranchDiffAnswer&) const = default;
 };
@@ -142,6 +169,17 @@ struct HotspotsAnswer {
   PageFields page{};
 
   bool operator==(const HotspotsAnswer&) const = default;
+};
+
+// The period fields, bulk_commits, excluded_files, pairs, page.
+struct CouplingAnswer {
+  PeriodFields period{};
+  std::int64_t bulk_commits = 0;  // commits over the change-set limit, counted nowhere
+  std::int64_t excluded_files = 0;
+  std::vector<CouplingPair> pairs{};
+  PageFields page{};
+
+  bool operator==(const CouplingAnswer&) const = default;
 };
 
 }  // namespace lomarind::git_history

@@ -12,7 +12,14 @@ namespace lomarind::git_history {
 BranchDiffAnswer GitHistory::branch_diff(const repository_changes::Repository& repository,
                                          const std::filesystem::path& repo_root,
                                          const BranchDiffOptions& options) const {
-  const BranchChanges changes = branch_changes(repo_root, options.base_branch, options.head_branch);
+  return diff_answer(repository, repo_root,
+                     branch_changes(repo_root, options.base_branch, options.head_branch), options);
+}
+
+BranchDiffAnswer GitHistory::diff_answer(const repository_changes::Repository& repository,
+                                         const std::filesystem::path& repo_root,
+                                         const BranchChanges& changes,
+                                         const BranchDiffOptions& options) const {
   std::vector<git_utils::FileChange> files = by_lines_changed(changes.files());
   if (options.source_only) {
     detail::drop_non_source(files, n_.filters, detail::index_facts(n_.index, repository.db, files));

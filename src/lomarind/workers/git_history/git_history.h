@@ -1,9 +1,11 @@
 // The git-history answers: what a branch changed since it left its base,
-// what a period changed, and which files or components a period changed
-// most. Every answer reads git through the injected GitReader and asks the
-// injected ChangeIndex once for what it needs; it keeps no state between calls.
+// what a period changed, which files or components a period changed most,
+// and which files change together. Every answer reads git through the
+// injected GitReader and asks the injected ChangeIndex once for what it
+// needs; it keeps no state between calls.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <filesystem>
 #include <optional>
@@ -80,6 +82,30 @@ struct BranchDiffOptions {
   bool source_only;
 };
 
+// Which files a period changed together. The thresholds have no defaults
+// here; records.h holds the usual ones (kDefaultMinRevisions, ...).
+struct CouplingOptions {
+  std::string since;
+  std::optional<std::string> branch;
+  std::optional<std::string> path;  // only the pairs of this file (its last path)
+  bool source_only;
+  std::int64_t min_revisions;  // commits of each file, at least
+  std::int64_t min_shared;     // commits the two share, at least
+  double min_degree;           // in [0, 1]
+  std::int64_t max_changeset;  // files of a commit, at most, for it to count
+  std::int64_t limit;
+  std::int64_t offset;
+};
+
+// What a branch probably forgot to change, judged by the base's history
+// over the period `since`.
+struct MissingPartnersOptions {
+  std::optional<std::string> base_branch;
+  std::optional<std::string> head_branch;
+  std::string since;
+  bool source_only;
+};
+
 class GitHistory {
  public:
   explicit GitHistory(const Neighbours& neighbours) : n_(neighbours) {}
@@ -96,6 +122,29 @@ class GitHistory {
   BranchDiffAnswer branch_diff(const repository_changes::Repository& repository,
                                const std::filesystem::path& repo_root,
                                const BranchDiffOptions& options) const;
+
+  // Pairs of files that kept changing in the same commits of a period, the
+  // most coupled first. Throws GitHistoryError for a threshold out of range
+  // (before any git command), a bad period, a missing branch or a git
+  // failure.
+  CouplingAnswer change_coupling(const repository_changes::Repository& repository,
+                                 const std::filesystem::path& repo_root,
+                                 const CouplingOptions& options) const;
+
+  // The files that kept changing with the branch's files over the base's
+  // period but that the branch did not change, each with its strongest
+  // changed partner; at most kMaxMissingPartners, the strongest first. The
+  // period is checked first, then the names, as branch_diff checks them.
+  std::vector<MissingPartner> missing_partners(const repository_changes::Repository& repository,
+                                               const std::filesystem::path& repo_root,
+                                               const MissingPartnersOptions& options) const;
+
+  // branch_diff with the missing partners over `partners_since` as its last
+  // key, from one diff of the branch. The period is checked before git.
+  BranchDiffAnswer branch_diff_with_partners(const repository_changes::Repository& repository,
+                                             const std::filesystem::path& repo_root,
+                                             const BranchDiffOptions& options,
+                                             const std::string& partners_since) const;
 
   // What a branch changed since it left its base. Throws GitHistoryError
   // when a branch does not exist or git fails.
@@ -128,6 +177,16 @@ class GitHistory {
   bool is_source_path(std::string_view path, const std::optional<std::string>& language) const;
 
  private:
+  // The branch answer for changes already read.
+  BranchDiffAnswer diff_answer(const repository_changes::Repository& repository,
+                               const std::filesystem::path& repo_root, const BranchChanges& changes,
+                               const BranchDiffOptions& options) const;
+  // The missing partners of `changes` over the base's history since `start`.
+  std::vector<MissingPartner> partners_of(const repository_changes::Repository& repository,
+                                          const std::filesystem::path& repo_root,
+                                          const BranchChanges& changes,
+                                          std::chrono::sys_seconds start, bool source_only) const;
+
   Neighbours n_;
 };
 

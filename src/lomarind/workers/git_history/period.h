@@ -2,6 +2,7 @@
 // the rows and fields the period answers build from them.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <span>
 #include <string>
@@ -19,6 +20,23 @@ namespace lomarind::git_history::detail {
 // place of the path it was renamed onto (dropping the record found there).
 // One pass, a constant number of hash look-ups per changed file.
 std::vector<PathHistory> histories(std::span<const git_utils::CommitChanges> commits);
+
+// Where a change went in the fold when no record of the period holds it:
+// a rename onto its file's path dropped the record that took it.
+inline constexpr std::size_t kNoRecord = static_cast<std::size_t>(-1);
+
+// The fold of a log, and which record took each change.
+struct FoldedLog {
+  std::vector<PathHistory> histories;  // exactly as histories() gives them
+  // For the commit at each position of the log, the position in `histories`
+  // of the record each of its changes went into, in the commit's order;
+  // kNoRecord for a dropped record. A file renamed in the period is one
+  // record, so a commit that touched it under two names names it twice.
+  std::vector<std::vector<std::size_t>> records_of_commit;
+};
+
+// histories(), and where each change went: the same fold.
+FoldedLog fold_log(std::span<const git_utils::CommitChanges> commits);
 
 // The change row of history.as_change(), then commits and last_changed.
 HistoryRow history_row(const PathHistory& history);

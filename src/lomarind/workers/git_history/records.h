@@ -1,6 +1,7 @@
 // The history module's own records, constants and error type.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <exception>
 #include <optional>
@@ -22,6 +23,14 @@ inline constexpr int SYMBOLS_PER_ROW = 10;
 // The symbol kinds asked of the index for changed lines: exactly those the
 // retrieval worker can return (the same object, not a copy).
 inline constexpr const auto& CHANGE_KINDS = retrieval::RETRIEVABLE_KINDS;
+// The usual thresholds of change coupling: what missing partners and the
+// report ask, and what the program asks when an option is left out.
+inline constexpr std::int64_t kDefaultMinRevisions = 5;
+inline constexpr std::int64_t kDefaultMinShared = 5;
+inline constexpr double kDefaultMinDegree = 0.30;
+inline constexpr std::int64_t kDefaultMaxChangeset = 30;
+// The most missing partners one branch answer lists.
+inline constexpr std::size_t kMaxMissingPartners = 20;
 // The name of the module's logger.
 inline constexpr std::string_view kLoggerName = "lomarind.workers.git_history";
 

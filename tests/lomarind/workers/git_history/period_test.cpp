@@ -60,6 +60,26 @@ TEST(HistoriesTest, FollowsFilesAcrossRenamesInMapOrder) {
   }
 }
 
+TEST(FoldLogTest, EachChangeNamesTheRecordItWentInto) {
+  // newest first: C renamed from A onto nothing; B renamed onto the path of
+  // D, dropping D's record; A and D edited together first.
+  const std::vector<CommitChanges> log = {
+      {"c3", 30, {change("C", "renamed", 0, 0, "A"), change("E", "added", 1, 0)}},
+      {"c2", 20, {change("D", "renamed", 0, 0, "B")}},
+      {"c1",
+       10,
+       {change("A", "modified", 1, 0), change("B", "added", 1, 0), change("D", "modified", 1, 0)}},
+  };
+  const FoldedLog folded = fold_log(log);
+  EXPECT_EQ(folded.histories, histories(log));
+  std::vector<std::string> paths;
+  for (const PathHistory& history : folded.histories) paths.push_back(history.path);
+  EXPECT_THAT(paths, ::testing::ElementsAre("D", "C", "E"));
+  EXPECT_THAT(folded.records_of_commit,
+              ::testing::ElementsAre(::testing::ElementsAre(1, 2), ::testing::ElementsAre(0),
+                                     ::testing::ElementsAre(1, 0, kNoRecord)));
+}
+
 TEST(PeriodFieldsTest, FlagsTheCommitLimitOnlyWhenReached) {
   std::vector<CommitChanges> log(MAX_COMMITS - 1);
   EXPECT_EQ(period_fields("2 weeks", "main", log),
