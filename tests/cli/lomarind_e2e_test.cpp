@@ -34,13 +34,14 @@ class LomarindProgramTest : public ::testing::Test {
   }
 
   // Runs lomarind in `cwd` (the repository root by default) with an empty
-  // home, so no user configuration of git reaches it.
+  // home and no system config, so no configuration of git on this machine
+  // reaches it.
   CommandResult lomarind(std::vector<std::string> args, std::filesystem::path cwd = {}) const {
     args.insert(args.begin(), LOMARIND_BINARY);
     return lomarind::testing::run_command(
         args, cwd.empty() ? repo_.root() : cwd,
         {"HOME=" + home_.path().string(), "XDG_CONFIG_HOME=" + home_.path().string(),
-         "NO_COLOR=1"});
+         "NO_COLOR=1", "GIT_CONFIG_NOSYSTEM=1"});
   }
 
   Json answer(const std::vector<std::string>& args, std::filesystem::path cwd = {}) const {
