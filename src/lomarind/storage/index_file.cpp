@@ -4,6 +4,7 @@
 #include <SQLiteCpp/Statement.h>
 #include <SQLiteCpp/Transaction.h>
 #include <fcntl.h>
+#include <fmt/format.h>
 #include <sqlite3.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -31,10 +32,6 @@ CREATE TABLE meta    (key TEXT PRIMARY KEY, value TEXT);
 constexpr std::string_view kSchemaColumns =
     "files(path,language,component) meta(key,value) "
     "symbols(path,name,kind,fqn,start_line,end_line) ";
-
-// 512 MiB of 4 KiB pages: more than a full rebuild of a large repository
-// writes, yet a bound on memory.
-constexpr int kSpillPages = 131072;
 
 constexpr std::string_view kForeignAdvice = "; pass --index FILE or remove it";
 
@@ -130,6 +127,14 @@ void verify_schema(const SQLite::Database& db, const std::filesystem::path& path
   }
 }
 
+// In write-ahead-log mode a writer never blocks a reader, whatever the
+// size of its transaction, and a writer killed at any instant, in its
+// commit too, leaves only log frames that no reader uses: no hot journal
+// that a read-only reader would have to roll back. The mode is kept in the
+// file. Where the log cannot be shared (a file system without shared
+// memory) SQLite keeps its rollback journal, and the index still works.
+void use_write_ahead_log(SQLite::Database& db) { db.exec("PRAGMA journal_mode = WAL"); }
+
 // Removes a file on every exit path unless released.
 class UnlinkGuard {
  public:
@@ -172,6 +177,7 @@ void create_index_file(const std::filesystem::path& location, const std::filesys
   ::close(fd);
   try {
     SQLite::Database db(temporary.c_str(), SQLite::OPEN_READWRITE | SQLite::OPEN_NOFOLLOW);
+    use_write_ahead_log(db);
     SQLite::Transaction transaction(db);
     db.exec(kSchemaTables);
     db.exec(kCreateSymbolsIndex);
@@ -183,6 +189,42 @@ void create_index_file(const std::filesystem::path& location, const std::filesys
   if (::link(temporary.c_str(), location.c_str()) != 0 && errno != EEXIST) {
     throw IndexError(failure(path, "create", std::strerror(errno)));
   }
+}
+
+// The file as an SQLite URI, which may say that it never changes.
+std::string file_uri(const std::filesystem::path& location, bool immutable) {
+  std::string uri = "file:";
+  for (const char c : location.string()) {
+    if (c == '%' || c == '?' || c == '#') {
+      uri += fmt::format("%{:02X}", static_cast<unsigned char>(c));
+    } else {
+      uri += c;
+    }
+  }
+  return immutable ? uri + "?immutable=1" : uri;
+}
+
+// Whether opening `location` failed for want of the write-ahead log's
+// shared memory (a folder we cannot write), with no log in use beside it.
+bool needs_shared_memory(const SQLite::Exception& e, const std::filesystem::path& location) {
+  std::error_code error;
+  return (e.getErrorCode() == SQLITE_READONLY || e.getErrorCode() == SQLITE_CANTOPEN) &&
+         !std::filesystem::exists(location.string() + "-wal", error) && !error;
+}
+
+// Every use of the connection holds the handle's own mutex, so SQLite's
+// lock around each call (thousands per query) would only repeat it.
+std::unique_ptr<IndexDb::Impl> open_read_only(const std::filesystem::path& location,
+                                              const std::filesystem::path& path, bool immutable) {
+  auto impl = std::unique_ptr<IndexDb::Impl>(new IndexDb::Impl{
+      path,
+      SQLite::Database(
+          file_uri(location, immutable),
+          SQLite::OPEN_READONLY | SQLite::OPEN_NOFOLLOW | SQLite::OPEN_NOMUTEX | SQLite::OPEN_URI,
+          kBusyTimeoutMs),
+      {}});
+  verify_schema(impl->db, path);
+  return impl;
 }
 
 }  // namespace
@@ -204,16 +246,15 @@ std::unique_ptr<IndexDb::Impl> open_index_for_queries(const std::filesystem::pat
   const std::filesystem::path location = resolve_location(path);
   if (!index_file_exists(location, path)) return nullptr;
   try {
-    // Every use of the connection holds the handle's own mutex, so SQLite's
-    // lock around each call (thousands per query) would only repeat it.
-    auto impl = std::unique_ptr<IndexDb::Impl>(new IndexDb::Impl{
-        path,
-        SQLite::Database(location.c_str(),
-                         SQLite::OPEN_READONLY | SQLite::OPEN_NOFOLLOW | SQLite::OPEN_NOMUTEX,
-                         kBusyTimeoutMs),
-        {}});
-    verify_schema(impl->db, path);
-    return impl;
+    try {
+      return open_read_only(location, path, false);
+    } catch (const SQLite::Exception& e) {
+      if (!needs_shared_memory(e, location)) throw;
+    }
+    // Nobody writes the index (a writer leaves its log beside it), and a
+    // folder we cannot write gives no room for the log's shared memory:
+    // the file is read as one that cannot change.
+    return open_read_only(location, path, true);
   } catch (const SQLite::Exception&) {
     throw_index_error(path, "open");
   }
@@ -231,10 +272,7 @@ SQLite::Database open_index_for_writing(const std::filesystem::path& path, int b
                                "the file is read-only; make it writable or pass "
                                "--index FILE"));
     }
-    // Dirty pages stay in memory until commit, so readers are not locked
-    // out while a run builds its transaction; only a transaction larger than
-    // the threshold spills to the file early, which takes the exclusive lock.
-    db.exec("PRAGMA cache_spill = " + std::to_string(kSpillPages));
+    use_write_ahead_log(db);  // an index made before the log was used
     return db;
   } catch (const SQLite::Exception&) {
     throw_index_error(path, "open");
