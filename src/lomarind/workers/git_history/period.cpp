@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <chrono>
 #include <optional>
-#include <ranges>
 #include <string_view>
 #include <unordered_map>
 #include <utility>
@@ -108,8 +107,10 @@ std::vector<PathHistory> histories(std::span<const git_utils::CommitChanges> com
   std::size_t changes = 0;
   for (const git_utils::CommitChanges& commit : commits) changes += commit.files.size();
   HistoryMap map(changes);
-  for (const git_utils::CommitChanges& commit : commits | std::views::reverse) {
-    for (const git_utils::FileChange& change : commit.files) map.apply(change, commit.timestamp);
+  // Reverse iterators rather than views::reverse, which clang 14 cannot
+  // build over a span.
+  for (auto commit = commits.rbegin(); commit != commits.rend(); ++commit) {
+    for (const git_utils::FileChange& change : commit->files) map.apply(change, commit->timestamp);
   }
   return std::move(map).release();
 }
