@@ -3,16 +3,10 @@
 #include <SQLiteCpp/Exception.h>
 #include <SQLiteCpp/Statement.h>
 #include <SQLiteCpp/Transaction.h>
-#include <fcntl.h>
 #include <fmt/format.h>
 #include <sqlite3.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
-#include <cerrno>
-#include <cstring>
 #include <exception>
-#include <fstream>
 #include <string>
 #include <system_error>
 
@@ -135,62 +129,6 @@ void verify_schema(const SQLite::Database& db, const std::filesystem::path& path
 // memory) SQLite keeps its rollback journal, and the index still works.
 void use_write_ahead_log(SQLite::Database& db) { db.exec("PRAGMA journal_mode = WAL"); }
 
-// Removes a file on every exit path unless released.
-class UnlinkGuard {
- public:
-  explicit UnlinkGuard(std::string path) : path_(std::move(path)) {}
-  ~UnlinkGuard() { ::unlink(path_.c_str()); }
-  UnlinkGuard(const UnlinkGuard&) = delete;
-  UnlinkGuard& operator=(const UnlinkGuard&) = delete;
-
- private:
-  std::string path_;
-};
-
-// The mode a file created with 0666 gets under the process umask, which
-// Linux shows in /proc/self/status; reading it there leaves the umask, which
-// every thread shares, untouched.
-mode_t new_file_mode() {
-  std::ifstream status("/proc/self/status");
-  for (std::string line; std::getline(status, line);) {
-    if (line.starts_with("Umask:")) {
-      return static_cast<mode_t>(0666 & ~std::stoul(line.substr(6), nullptr, 8));
-    }
-  }
-  return 0644;
-}
-
-// Builds an empty index beside `location` and links it into place, so the
-// file appears with its schema or not at all, and a file that appeared in
-// the meantime is left alone.
-void create_index_file(const std::filesystem::path& location, const std::filesystem::path& path) {
-  std::error_code error;
-  std::filesystem::create_directories(location.parent_path(), error);
-  if (error) throw IndexError(failure(path, "create", error.message()));
-  std::string temporary = location.parent_path() / ".";
-  temporary += location.filename().string();
-  temporary += ".new-XXXXXX";
-  const int fd = ::mkstemp(temporary.data());
-  if (fd < 0) throw IndexError(failure(path, "create", std::strerror(errno)));
-  UnlinkGuard remove_temporary(temporary);
-  ::fchmod(fd, new_file_mode());  // mkstemp made it 0600
-  ::close(fd);
-  try {
-    SQLite::Database db(temporary.c_str(), SQLite::OPEN_READWRITE | SQLite::OPEN_NOFOLLOW);
-    use_write_ahead_log(db);
-    SQLite::Transaction transaction(db);
-    db.exec(kSchemaTables);
-    db.exec(kCreateSymbolsIndex);
-    db.exec("PRAGMA user_version = " + std::to_string(kIndexSchemaVersion));
-    transaction.commit();
-  } catch (const SQLite::Exception&) {
-    throw_index_error(path, "create");
-  }
-  if (::link(temporary.c_str(), location.c_str()) != 0 && errno != EEXIST) {
-    throw IndexError(failure(path, "create", std::strerror(errno)));
-  }
-}
-
 // The file as an SQLite URI, which may say that it never changes.
 std::string file_uri(const std::filesystem::path& location, bool immutable) {
   std::string uri = "file:";
@@ -260,9 +198,25 @@ std::unique_ptr<IndexDb::Impl> open_index_for_queries(const std::filesystem::pat
   }
 }
 
-SQLite::Database open_index_for_writing(const std::filesystem::path& path, int busy_timeout_ms) {
-  const std::filesystem::path location = resolve_location(path);
-  if (!index_file_exists(location, path)) create_index_file(location, path);
+std::filesystem::path index_location(const std::filesystem::path& path) {
+  return resolve_location(path);
+}
+
+bool index_exists(const std::filesystem::path& location, const std::filesystem::path& path) {
+  return index_file_exists(location, path);
+}
+
+void write_index_schema(SQLite::Database& db) {
+  use_write_ahead_log(db);
+  SQLite::Transaction transaction(db);
+  db.exec(kSchemaTables);
+  db.exec(kCreateSymbolsIndex);
+  db.exec("PRAGMA user_version = " + std::to_string(kIndexSchemaVersion));
+  transaction.commit();
+}
+
+SQLite::Database open_index_for_writing(const std::filesystem::path& location,
+                                        const std::filesystem::path& path, int busy_timeout_ms) {
   try {
     SQLite::Database db(location.c_str(), SQLite::OPEN_READWRITE | SQLite::OPEN_NOFOLLOW,
                         busy_timeout_ms);

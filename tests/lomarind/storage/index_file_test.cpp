@@ -7,6 +7,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <fstream>
 #include <string>
 
@@ -166,9 +167,37 @@ TEST_F(IndexFileTest, ReadOnlyFileAndFolderStillAnswerQueries) {
 }
 
 TEST_F(IndexFileTest, SecondWriterIsToldTheIndexIsBusy) {
+  IndexWriter(index_path()).commit();
   IndexWriter writer(index_path());
   EXPECT_THAT([&] { IndexWriter second(index_path(), 50); },
               ThrowsMessage<IndexError>(HasSubstr("the index is busy")));
+}
+
+// A first run's index appears whole when it commits, and a first run that
+// stops before leaves nothing behind, not an empty index.
+TEST_F(IndexFileTest, FirstIndexAppearsOnlyWhenItsRunCommits) {
+  // SQLite's own files beside an index that a query opened do not count.
+  const auto files_here = [&] {
+    return std::count_if(std::filesystem::directory_iterator(dir_.path()), {},
+                         [](const auto& file) {
+                           const std::string name = file.path().filename().string();
+                           return !name.ends_with("-wal") && !name.ends_with("-shm");
+                         });
+  };
+  {
+    IndexWriter unfinished(index_path());
+    unfinished.put_file({"a.py", "python", "lib", {}});
+  }
+  EXPECT_EQ(files_here(), 0);
+  {
+    IndexWriter first(index_path());
+    first.put_file({"a.py", "python", "lib", {}});
+    EXPECT_FALSE(std::filesystem::exists(index_path()));
+    first.commit();
+    EXPECT_EQ(SqliteIndex().indexed_paths(IndexDb::open_for_queries(index_path()), {"a.py"}).size(),
+              1u);
+  }
+  EXPECT_EQ(files_here(), 1);
 }
 
 }  // namespace
