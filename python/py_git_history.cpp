@@ -6,6 +6,7 @@
 #include <string>
 
 #include "lomarind/utils/quoting.h"
+#include "lomarind/workers/git_history/answer_json.h"
 #include "py_bindings.h"
 #include "py_convert.h"
 #include "py_host.h"
@@ -15,38 +16,44 @@ namespace lomarind::python {
 
 namespace {
 
-// Runs one answer of GitHistory over neighbours bound to `host`.
-template <typename Options>
-py::object answer(Json (git_history::GitHistory::*ask)(const repository_changes::Repository&,
-                                                       const std::filesystem::path&, const Options&)
-                      const,
+// Runs one answer of GitHistory over neighbours bound to `host`. Without
+// `hint` the answer leaves out the next-page hint: the host has its own,
+// which the Python side applies.
+template <typename Answer, typename Options>
+py::object answer(Answer (git_history::GitHistory::*ask)(const repository_changes::Repository&,
+                                                         const std::filesystem::path&,
+                                                         const Options&) const,
                   const py::module_& host, const py::object& repository,
-                  const py::object& repo_root, const Options& options) {
+                  const py::object& repo_root, const Options& options, bool hint) {
   HostNeighbours n(host, repo_root, repository.attr("db"));
   return answering(host, [&] {
-    const Json answer = (n.history.*ask)(n.repository, to_path(repo_root), options);
-    // A Python hint's answer is the object it returned.
-    if (n.pagination.returned()) return n.pagination.returned();
-    return json_to_python(answer);
+    Answer answer = (n.history.*ask)(n.repository, to_path(repo_root), options);
+    if (!hint) {
+      answer.page.next_offset.reset();
+      answer.page.hint.reset();
+    }
+    return json_to_python(git_history::to_json(answer));
   });
 }
 
 py::object recent_changes(const py::module_& host, const py::object& repository,
                           const py::object& repo_root, py::handle since, py::handle branch,
                           bool include_symbols, ClampedInt limit, ClampedInt offset,
-                          bool source_only) {
+                          bool source_only, bool hint) {
   return answer(&git_history::GitHistory::recent_changes, host, repository, repo_root,
                 git_history::RecentChangesOptions{.since = to_bytes(since, "since"),
                                                   .branch = to_optional_bytes(branch, "branch"),
                                                   .include_symbols = include_symbols,
                                                   .limit = limit.value,
                                                   .offset = offset.value,
-                                                  .source_only = source_only});
+                                                  .source_only = source_only},
+                hint);
 }
 
 py::object hotspots(const py::module_& host, const py::object& repository,
                     const py::object& repo_root, py::handle since, py::handle branch,
-                    py::handle group_by, ClampedInt limit, ClampedInt offset, bool source_only) {
+                    py::handle group_by, ClampedInt limit, ClampedInt offset, bool source_only,
+                    bool hint) {
   if (group_by.is_none()) {
     // The C++ answer takes a name; an absent one is refused here, as it
     // would be there, before anything runs.
@@ -60,13 +67,14 @@ py::object hotspots(const py::module_& host, const py::object& repository,
                                              .group_by = to_bytes(group_by, "group_by"),
                                              .limit = limit.value,
                                              .offset = offset.value,
-                                             .source_only = source_only});
+                                             .source_only = source_only},
+                hint);
 }
 
 py::object branch_diff(const py::module_& host, const py::object& repository,
                        const py::object& repo_root, py::handle base_branch, py::handle head_branch,
-                       bool include_symbols, ClampedInt limit, ClampedInt offset,
-                       bool source_only) {
+                       bool include_symbols, ClampedInt limit, ClampedInt offset, bool source_only,
+                       bool hint) {
   return answer(
       &git_history::GitHistory::branch_diff, host, repository, repo_root,
       git_history::BranchDiffOptions{.base_branch = to_optional_bytes(base_branch, "base_branch"),
@@ -74,7 +82,8 @@ py::object branch_diff(const py::module_& host, const py::object& repository,
                                      .include_symbols = include_symbols,
                                      .limit = limit.value,
                                      .offset = offset.value,
-                                     .source_only = source_only});
+                                     .source_only = source_only},
+      hint);
 }
 
 }  // namespace
@@ -88,12 +97,13 @@ void bind_git_history(py::module_& module) {
   using py::arg;
   module.def("recent_changes", recent_changes, arg("host"), arg("repository"), arg("repo_root"),
              arg("since"), arg("branch"), arg("include_symbols"), arg("limit"), arg("offset"),
-             arg("source_only"));
+             arg("source_only"), arg("hint"));
   module.def("hotspots", hotspots, arg("host"), arg("repository"), arg("repo_root"), arg("since"),
-             arg("branch"), arg("group_by"), arg("limit"), arg("offset"), arg("source_only"));
+             arg("branch"), arg("group_by"), arg("limit"), arg("offset"), arg("source_only"),
+             arg("hint"));
   module.def("branch_diff", branch_diff, arg("host"), arg("repository"), arg("repo_root"),
              arg("base_branch"), arg("head_branch"), arg("include_symbols"), arg("limit"),
-             arg("offset"), arg("source_only"));
+             arg("offset"), arg("source_only"), arg("hint"));
   module.attr("MAX_COMMITS") = git_history::MAX_COMMITS;
   module.attr("SYMBOLS_PER_ROW") = git_history::SYMBOLS_PER_ROW;
   bind_git_history_parts(module);

@@ -3,6 +3,7 @@
 // row builders and the page cut. Each runs the library's own code.
 #include <vector>
 
+#include "lomarind/workers/git_history/answer_json.h"
 #include "lomarind/workers/git_history/git_access.h"
 #include "lomarind/workers/git_history/hotspots.h"
 #include "lomarind/workers/git_history/paging.h"
@@ -95,20 +96,8 @@ std::vector<detail::PathHistory> path_histories_from(py::handle histories) {
 py::object period_fields(py::handle since, py::handle branch, py::handle commits) {
   // Only the number of commits read shapes the fields.
   const std::vector<git_utils::CommitChanges> read(py::len(commits));
-  return json_to_python(
-      detail::period_fields(to_bytes(since, "since"), to_bytes(branch, "branch"), read));
-}
-
-void attach_symbols(py::handle rows, py::handle symbols) {
-  std::vector<Json> attached = from_list(rows, json_from_python);
-  git_history::SymbolsByPath by_path;
-  for (const py::handle item : symbols.attr("items")()) {
-    by_path.emplace_back(to_bytes(item[py::int_(0)], "a path"),
-                         from_list(item[py::int_(1)], json_from_python));
-  }
-  detail::attach_symbols(attached, by_path);
-  std::size_t i = 0;
-  for (const py::handle row : rows) row["symbols"] = json_to_python(attached[i++].at("symbols"));
+  return json_to_python(git_history::to_json(
+      detail::period_fields(to_bytes(since, "since"), to_bytes(branch, "branch"), read)));
 }
 
 py::list page(py::handle items, ClampedInt limit, ClampedInt offset) {
@@ -116,17 +105,6 @@ py::list page(py::handle items, ClampedInt limit, ClampedInt offset) {
       from_list(items, [](py::handle item) { return py::reinterpret_borrow<py::object>(item); });
   return to_list(detail::page(all, limit.value, offset.value),
                  [](const py::object& item) { return item; });
-}
-
-py::object paginated(const py::module_& host, const py::dict& result, const py::object& key,
-                     const py::object& rows, ClampedInt total, ClampedInt limit,
-                     ClampedInt offset) {
-  HostNeighbours n(host, py::none(), py::none());
-  n.pagination.write_into(result, key, rows);
-  detail::paginated(json_from_python(result), to_bytes(key, "key"),
-                    from_list(rows, json_from_python), total.value, limit.value, offset.value,
-                    n.pagination);
-  return n.pagination.returned();
 }
 
 py::object as_change(py::handle history) {
@@ -157,29 +135,26 @@ void bind_git_history_internals(py::module_& module) {
   module.def(
       "history_row",
       [](py::handle history) {
-        return json_to_python(detail::history_row(path_history_from(history)));
+        return json_to_python(
+            git_history::to_json(detail::history_row(path_history_from(history))));
       },
       arg("history"));
   module.def("period_fields", period_fields, arg("since"), arg("branch"), arg("commits"));
   module.def(
       "file_rows",
       [](py::handle histories, py::handle facts) {
-        return to_list(detail::file_rows(path_histories_from(histories), indexed_paths_from(facts)),
-                       json_to_python);
+        return json_to_python(
+            to_json(detail::file_rows(path_histories_from(histories), indexed_paths_from(facts))));
       },
       arg("histories"), arg("facts"));
   module.def(
       "component_rows",
       [](py::handle histories, py::handle facts) {
-        return to_list(
-            detail::component_rows(path_histories_from(histories), indexed_paths_from(facts)),
-            json_to_python);
+        return json_to_python(git_history::to_json(
+            detail::component_rows(path_histories_from(histories), indexed_paths_from(facts))));
       },
       arg("histories"), arg("facts"));
-  module.def("attach_symbols", attach_symbols, arg("rows"), arg("symbols"));
   module.def("page", page, arg("items"), arg("limit"), arg("offset"));
-  module.def("paginated", paginated, arg("host"), arg("result"), arg("key"), arg("rows"),
-             arg("total"), arg("limit"), arg("offset"));
   module.def(
       "path_status", [](py::handle history) { return to_str(path_history_from(history).status()); },
       arg("history"));

@@ -1,5 +1,6 @@
 // The history module's smaller public operations for Python: the branch
 // record, row builders, changed lines, symbols and the source test.
+#include "lomarind/workers/git_history/answer_json.h"
 #include "py_bindings.h"
 #include "py_convert.h"
 #include "py_host.h"
@@ -83,7 +84,7 @@ py::object touched_symbols(const py::module_& host, const py::object& repository
     for (const auto& [path, rows] :
          n.history.touched_symbols(n.repository, to_path(repo_root), base, head, changes,
                                    {.merge_base = merge_base, .per_file = per_file})) {
-      result[to_str(path)] = to_list(rows, json_to_python);
+      result[to_str(path)] = json_to_python(git_history::to_json(rows));
     }
     return result;
   });
@@ -104,7 +105,8 @@ void bind_git_history_parts(py::module_& module) {
   module.def(
       "change_row",
       [](py::handle change) {
-        return json_to_python(git_history::change_row(file_change_from(change)));
+        return json_to_python(
+            git_history::to_json(git_history::change_row(file_change_from(change))));
       },
       arg("change"));
   module.def("changed_line_spans", changed_line_spans, arg("host"), arg("repo_root"),
@@ -116,7 +118,7 @@ void bind_git_history_parts(py::module_& module) {
   module.def(
       "symbol_row",
       [](py::handle symbol) {
-        return json_to_python(git_history::symbol_row(symbol_from(symbol)));
+        return json_to_python(git_history::to_json(git_history::symbol_row(symbol_from(symbol))));
       },
       arg("symbol"));
   module.def("is_source_path", is_source_path, arg("host"), arg("path"), arg("language"));

@@ -87,30 +87,6 @@ bool HostSourceFilters::should_skip_path(std::string_view directory) const {
   return truthy(op(to_str(directory)));
 }
 
-void HostPaginationHint::write_into(py::dict into, py::object rows_key, py::object rows) {
-  into_ = std::move(into);
-  rows_key_ = std::move(rows_key);
-  rows_ = std::move(rows);
-}
-
-Json HostPaginationHint::add_pagination_hint(Json result, std::int64_t count) const {
-  py::object op = host_.attr("add_pagination_hint");
-  if (!into_ && op.is(own("filters", "add_pagination_hint"))) {
-    return own_.add_pagination_hint(std::move(result), count);
-  }
-  py::object record = json_to_python(result);
-  if (into_) {
-    // The caller's own record, its rows the very list it gave.
-    for (const auto& [key, value] : record.cast<py::dict>()) {
-      into_[key] =
-          py::str(key).equal(rows_key_) ? rows_ : py::reinterpret_borrow<py::object>(value);
-    }
-    record = into_;
-  }
-  returned_ = op(record, count);
-  return json_from_python(returned_);
-}
-
 namespace {
 
 // The Python exception behind the failure being handled, if there is one.
@@ -178,12 +154,12 @@ HostNeighbours::HostNeighbours(const py::module_& host, const py::object& repo_r
           {.now =
                [] {
                  return std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
-               }},
+               },
+           .runner = git_utils::GitRunner().stopped_by(&stop)},
           sink),
-      git(host, repo_root, production.neighbours().git),
+      git(host, repo_root, production.neighbours().git, stop),
       index(host, db, production.neighbours().index),
-      filters(host, production.neighbours().filters),
-      pagination(host, production.neighbours().pagination) {}
+      filters(host, production.neighbours().filters) {}
 
 namespace {
 

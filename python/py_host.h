@@ -10,6 +10,7 @@
 
 #include <pybind11/pybind11.h>
 
+#include <atomic>
 #include <stdexcept>
 
 #include "lomarind/storage/repository_changes.h"
@@ -58,8 +59,11 @@ using HostValueError = HostError<std::invalid_argument>;
 // that parse_time_spec returned.
 class HostGitReader final : public git_utils::GitReader {
  public:
-  HostGitReader(py::module_ host, py::object repo_root, const git_utils::GitReader& own)
-      : host_(std::move(host)), repo_root_(std::move(repo_root)), own_(own) {}
+  // `stop` is what the production reader's git commands stop on; a signal
+  // that reaches the host while one runs raises it.
+  HostGitReader(py::module_ host, py::object repo_root, const git_utils::GitReader& own,
+                std::atomic<bool>& stop)
+      : host_(std::move(host)), repo_root_(std::move(repo_root)), own_(own), stop_(stop) {}
 
   std::optional<std::string> resolve_commit(const std::filesystem::path& repo_root,
                                             const std::string& name) const override;
@@ -99,6 +103,7 @@ class HostGitReader final : public git_utils::GitReader {
   py::module_ host_;
   py::object repo_root_;
   const git_utils::GitReader& own_;
+  std::atomic<bool>& stop_;
   mutable py::object last_start_;  // what a Python parse_time_spec last returned
   mutable std::chrono::sys_seconds last_start_seconds_{};
 };
@@ -141,25 +146,6 @@ class HostSourceFilters final : public git_history::SourceFilters {
   const git_history::SourceFilters& own_;
 };
 
-// The hint through host.add_pagination_hint. The object a Python hint
-// returns is kept: it is the answer the host gets.
-class HostPaginationHint final : public git_history::PaginationHint {
- public:
-  HostPaginationHint(py::module_ host, const git_history::PaginationHint& own)
-      : host_(std::move(host)), own_(own) {}
-  Json add_pagination_hint(Json result, std::int64_t count) const override;
-  // A Python hint's record, written into `into` in place before the hint
-  // sees it (the record a caller of _paginated handed in).
-  void write_into(py::dict into, py::object rows_key, py::object rows);
-  const py::object& returned() const { return returned_; }
-
- private:
-  py::module_ host_;
-  const git_history::PaginationHint& own_;
-  py::object into_, rows_key_, rows_;
-  mutable py::object returned_;
-};
-
 // The level number of Python's logging module for `level`.
 int python_level(LogLevel level);
 
@@ -184,16 +170,16 @@ struct HostNeighbours {
   HostNeighbours& operator=(const HostNeighbours&) = delete;
 
   HostLogSink sink;
+  std::atomic<bool> stop{false};  // raised by a signal while git runs
   git_history::ProductionHistory production;
   HostGitReader git;
   HostChangeIndex index;
   HostSourceFilters filters;
-  HostPaginationHint pagination;
   Logger logger{std::string(git_history::kLoggerName), sink};
   // The C++ answers want an index handle; the Python one is in `index`.
   repository_changes::IndexDb stand_in;
   repository_changes::Repository repository{stand_in};
-  git_history::GitHistory history{git_history::Neighbours{git, index, filters, pagination, logger}};
+  git_history::GitHistory history{git_history::Neighbours{git, index, filters, logger}};
 };
 
 // An exception translator: a C++ error that stands for a Python exception

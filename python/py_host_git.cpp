@@ -1,5 +1,10 @@
 // The git reader half of the host neighbours: each of its nine operations
 // looked up on host.git_utils at each call.
+#include <atomic>
+#include <chrono>
+#include <future>
+#include <thread>
+
 #include "py_convert.h"
 #include "py_host.h"
 #include "py_records.h"
@@ -31,11 +36,38 @@ py::object HostGitReader::replaced(const char* name) const {
   return replaced_on(host_.attr("git_utils"), "git_utils", name);
 }
 
+// Runs `work` on a thread of its own while this one, without the GIL,
+// looks for signals every 50 ms, so a host's Ctrl-C is not held up by git:
+// a KeyboardInterrupt (or whatever the host's handler raises) raises `stop`,
+// which kills the work's children at once, and reaches the host when the
+// work has ended.
+template <typename Work>
+auto interruptibly(std::atomic<bool>& stop, Work work) -> decltype(work()) {
+  using namespace std::chrono_literals;
+  std::packaged_task<decltype(work())()> task(std::move(work));
+  auto done = task.get_future();
+  bool interrupted = false;
+  {
+    py::gil_scoped_release release;
+    std::thread worker(std::move(task));
+    while (done.wait_for(50ms) != std::future_status::ready) {
+      py::gil_scoped_acquire gil;
+      if (PyErr_CheckSignals() != 0) {
+        interrupted = true;
+        stop = true;
+        break;
+      }
+    }
+    worker.join();
+  }
+  if (interrupted) throw py::error_already_set();
+  return done.get();
+}
+
 template <typename Read>
 auto HostGitReader::natively(Read read) const {
   try {
-    py::gil_scoped_release release;
-    return read(own_);
+    return interruptibly(stop_, [&] { return read(own_); });
   } catch (const git_utils::GitError& error) {
     throw HostGitError(error.what(), host_.attr("GitError")(to_str(error.what())));
   }

@@ -2,85 +2,143 @@
 
 #include <fmt/format.h>
 
+#include <span>
+#include <variant>
+
 #include "cli/display_text.h"
+#include "cli/time_text.h"
 
 namespace lomarind::cli {
 
+namespace gh = git_history;
+
 namespace {
 
-std::int64_t integer(const Json& row, std::string_view key) {
-  const auto it = row.find(key);
-  if (it == row.end() || !it->is_number_integer()) return 0;
-  return it->get<std::int64_t>();
+// "1 commit", "3 commits".
+std::string counted(std::int64_t count, std::string_view noun) {
+  return fmt::format("{} {}{}", count, noun, count == 1 ? "" : "s");
 }
 
-bool flag(const Json& row, std::string_view key) {
-  const auto it = row.find(key);
-  return it != row.end() && it->is_boolean() && it->get<bool>();
+Style status_style(std::string_view status) {
+  if (status == "added") return Style::kGreen;
+  if (status == "deleted") return Style::kRed;
+  if (status == "renamed" || status == "copied") return Style::kCyan;
+  return Style::kPlain;
+}
+
+Cell terminal_cell(const CellValue& value, const RenderOptions& options) {
+  switch (value.kind) {
+    case CellKind::kTime:
+      return {
+          relative_time(std::chrono::sys_seconds(std::chrono::seconds(value.time)), options.now)};
+    case CellKind::kStatus:
+      return {terminal_text(*value.text), status_style(*value.text)};
+    case CellKind::kRisk:
+      return {*value.text, value.risk >= 0.75  ? Style::kRed
+                           : value.risk >= 0.4 ? Style::kYellow
+                                               : Style::kPlain};
+    case CellKind::kName:
+      if (value.old_name && value.text) {
+        return {terminal_text(*value.old_name) + " -> " + terminal_text(*value.text)};
+      }
+      break;
+    default:
+      break;
+  }
+  return {value.text ? terminal_text(*value.text) : "-"};
+}
+
+// The period's summary: branch, since, commits, the limit and what was
+// left out.
+std::string period_summary(const gh::PeriodFields& period) {
+  std::string line =
+      fmt::format("{} since {} ({}): {}", terminal_text(period.branch), quoted_text(period.since),
+                  date_text(period.start), counted(period.commit_count, "commit"));
+  if (period.commit_limit_reached) {
+    line += fmt::format(" (the commit limit: commits before {} are left out)",
+                        date_text(period.oldest));
+  }
+  return line;
+}
+
+std::string excluded_text(std::int64_t excluded) {
+  if (excluded <= 0) return "";
+  return fmt::format("; {} {} not production source", counted(excluded, "file"),
+                     excluded == 1 ? "is" : "are");
+}
+
+std::string table_text(const std::string& summary, const Grid& grid, const gh::PageFields& page,
+                       std::string_view noun, const RenderOptions& options) {
+  return styled(summary, Style::kBold, options.colour) + "\n" + terminal_table(grid, options) +
+         page_footer(page, grid.lines.size(), noun);
 }
 
 }  // namespace
 
-std::string field_text(const Json& row, std::string_view key) {
-  const auto it = row.find(key);
-  if (it == row.end() || it->is_null()) return "-";
-  if (it->is_string()) return terminal_text(it->get_ref<const std::string&>());
-  return terminal_text(it->dump());
-}
-
-std::string lines_text(const Json& row) {
-  return fmt::format("+{} -{}", integer(row, "additions"), integer(row, "deletions"));
-}
-
-std::string path_text(const Json& row) {
-  const auto old_path = row.find("old_path");
-  if (old_path == row.end() || !old_path->is_string()) return field_text(row, "path");
-  return field_text(row, "old_path") + " -> " + field_text(row, "path");
-}
-
-Cell status_cell(const Json& row) {
-  std::string status = field_text(row, "status");
-  Style style = Style::kPlain;
-  if (status == "added") style = Style::kGreen;
-  if (status == "deleted") style = Style::kRed;
-  if (status == "renamed" || status == "copied") style = Style::kCyan;
-  return Cell{std::move(status), style};
-}
-
-std::vector<std::string> symbol_lines(const Json& row) {
-  std::vector<std::string> lines;
-  const auto symbols = row.find("symbols");
-  if (symbols == row.end() || !symbols->is_array()) return lines;
-  for (const Json& symbol : *symbols) {
-    lines.push_back(fmt::format("{} {} (lines {}-{})", field_text(symbol, "kind"),
-                                field_text(symbol, "name"), field_text(symbol, "line"),
-                                field_text(symbol, "end_line")));
+std::string terminal_table(const Grid& grid, const RenderOptions& options) {
+  if (grid.lines.empty()) return "";
+  std::vector<Column> columns;
+  for (const Column& column : grid.columns) {
+    std::string title = column.title;
+    for (char& c : title) c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+    columns.push_back({std::move(title), column.align});
   }
-  return lines;
+  Table table(std::move(columns));
+  for (const Grid::Line& line : grid.lines) {
+    std::vector<Cell> cells;
+    for (const CellValue& value : line.cells) cells.push_back(terminal_cell(value, options));
+    std::vector<std::string> details;
+    for (const std::string& detail : line.details) details.push_back(terminal_text(detail));
+    table.add_row(std::move(cells), std::move(details));
+  }
+  return table.render(options.colour, options.width);
 }
 
-std::string page_footer(const Json& answer, std::string_view key, std::string_view noun) {
-  const std::int64_t total = integer(answer, "total_count");
-  const std::int64_t offset = integer(answer, "offset");
-  const auto rows = answer.find(key);
-  const auto shown =
-      static_cast<std::int64_t>(rows != answer.end() && rows->is_array() ? rows->size() : 0);
-  if (total == 0) return fmt::format("No {}.\n", noun);
-  if (shown == 0) return fmt::format("No {} at offset {}; there are {}.\n", noun, offset, total);
-  std::string footer =
-      fmt::format("Showing {} {}-{} of {}", noun, offset + 1, offset + shown, total);
-  if (flag(answer, "has_more")) {
-    const std::int64_t next = integer(answer, "next_offset");
-    footer += fmt::format("; pass --offset {} for the next page", next > 0 ? next : offset + shown);
+std::string page_footer(const gh::PageFields& page, std::size_t shown, std::string_view noun) {
+  const auto count = static_cast<std::int64_t>(shown);
+  if (page.total_count == 0) return fmt::format("No {}.\n", noun);
+  if (count == 0) {
+    return fmt::format("No {} at offset {}; there are {}.\n", noun, page.offset, page.total_count);
+  }
+  std::string footer = fmt::format("Showing {} {}-{} of {}", noun, page.offset + 1,
+                                   page.offset + count, page.total_count);
+  if (page.has_more) {
+    footer += fmt::format("; pass --offset {} for the next page",
+                          page.next_offset.value_or(page.offset + count));
   }
   return footer + ".\n";
 }
 
-std::string quoted_text(std::string_view text) {
-  std::string quoted = "'";
-  quoted += terminal_text(text);
-  quoted += '\'';
-  return quoted;
+std::string recent_table(const gh::RecentChangesAnswer& answer, const RenderOptions& options) {
+  const std::string summary = period_summary(answer.period) + excluded_text(answer.excluded_files);
+  return table_text(summary, make_grid(history_columns(), std::span(answer.files)), answer.page,
+                    "files", options);
+}
+
+std::string hotspots_table(const gh::HotspotsAnswer& answer, const RenderOptions& options) {
+  const std::string summary = period_summary(answer.period) + ", by " +
+                              terminal_text(answer.group_by) + excluded_text(answer.excluded_files);
+  const Grid grid = std::visit(
+      [](const auto& rows) -> Grid {
+        using Row = typename std::decay_t<decltype(rows)>::value_type;
+        if constexpr (std::is_same_v<Row, gh::FileHotspot>) {
+          return make_grid(file_hotspot_columns(), std::span(rows));
+        } else {
+          return make_grid(component_hotspot_columns(), std::span(rows));
+        }
+      },
+      answer.hotspots);
+  return table_text(summary, grid, answer.page, "rows", options);
+}
+
+std::string diff_table(const gh::BranchDiffAnswer& answer, const RenderOptions& options) {
+  std::string summary =
+      fmt::format("{} against {}: {}", terminal_text(answer.head_branch),
+                  terminal_text(answer.base_branch), counted(answer.commit_count, "commit"));
+  if (answer.note) summary += "; " + terminal_text(*answer.note);
+  summary += excluded_text(answer.excluded_files);
+  return table_text(summary, make_grid(diff_columns(), std::span(answer.files)), answer.page,
+                    "files", options);
 }
 
 }  // namespace lomarind::cli

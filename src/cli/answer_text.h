@@ -1,15 +1,14 @@
-// Pieces shared by the tables of every answer: cell texts taken from answer
-// rows (always terminal-safe), status colours, symbol lines and the
-// pagination footer.
+// The readable form of each answer for a terminal: a summary line, the
+// page's rows drawn through the row type's column model (symbol lines under
+// a row when asked for) and a page footer. Every name is terminal-safe.
 #pragma once
 
 #include <chrono>
 #include <string>
 #include <string_view>
-#include <vector>
 
-#include "cli/table.h"
-#include "lomarind/utils/json.h"
+#include "cli/columns.h"
+#include "lomarind/workers/git_history/answers.h"
 
 namespace lomarind::cli {
 
@@ -18,29 +17,20 @@ namespace lomarind::cli {
 struct RenderOptions {
   bool colour = false;
   std::chrono::sys_seconds now{};
+  std::size_t width = 0;  // a terminal's columns to fit; 0 (piped) never cuts
 };
 
-// `row[key]` as terminal-safe text: strings escaped, numbers as digits,
-// an absent key or null as "-".
-std::string field_text(const Json& row, std::string_view key);
-
-// "+12 -3" from a row's additions and deletions.
-std::string lines_text(const Json& row);
-
-// A row's path, with "old -> new" for a rename or copy.
-std::string path_text(const Json& row);
-
-// A status cell coloured by what happened to the file.
-Cell status_cell(const Json& row);
-
-// One line per entry of row["symbols"]: "function run (lines 10-24)".
-std::vector<std::string> symbol_lines(const Json& row);
+// The rows as an aligned table with a header, or "" when there are none.
+std::string terminal_table(const Grid& grid, const RenderOptions& options);
 
 // The line under a table: which rows were shown of how many, and the
 // --offset that shows the next page.
-std::string page_footer(const Json& answer, std::string_view key, std::string_view noun);
+std::string page_footer(const git_history::PageFields& page, std::size_t shown,
+                        std::string_view noun);
 
-// `text` in single quotes, terminal-safe.
-std::string quoted_text(std::string_view text);
+std::string recent_table(const git_history::RecentChangesAnswer& answer,
+                         const RenderOptions& options);
+std::string hotspots_table(const git_history::HotspotsAnswer& answer, const RenderOptions& options);
+std::string diff_table(const git_history::BranchDiffAnswer& answer, const RenderOptions& options);
 
 }  // namespace lomarind::cli

@@ -1,8 +1,10 @@
 #include "cli/command_line.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
+#include <optional>
+#include <string_view>
 
-#include "cli/answer_text.h"
 #include "cli/display_text.h"
 
 namespace lomarind::cli {
@@ -47,7 +49,7 @@ struct Parser {
   IndexArgs index;
   ReportArgs report;
   OptionalString index_file, recent_branch, hotspots_branch, diff_base, diff_head;
-  OptionalString report_branch, report_output;
+  OptionalString report_branch, report_output, report_format;
   CLI::App* recent_command = nullptr;
   CLI::App* hotspots_command = nullptr;
   CLI::App* diff_command = nullptr;
@@ -65,6 +67,9 @@ struct Parser {
 Parser::Parser() {
   app.set_version_flag("--version", kVersionText);
   app.require_subcommand(1);
+  // As in git, a repeated option is no error: the last one wins. Commands
+  // inherit this from the program.
+  app.option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
   // Global options may also follow the command: a command passes what it
   // does not know up to the program.
   app.fallthrough();
@@ -130,10 +135,10 @@ void Parser::add_report() {
       "--source-only", report.source_only,
       "Keep production source only: no tests, documents, data or build output");
   report_output.add(*report_command, "--output",
-                    "The file to write (default: lomarind-report.html, or .md)");
-  report_command->add_option("--format", report.format, "html or markdown")
-      ->check(CLI::IsMember({"html", "markdown"}))
-      ->capture_default_str();
+                    "The file to write, - for stdout (default: lomarind-report.html, or .md)");
+  report_format.add(*report_command, "--format",
+                    "html or markdown (default: as --output is named, else html)");
+  report_format.option->check(CLI::IsMember({"html", "markdown"}));
 }
 
 CommandLine Parser::result() const {
@@ -156,6 +161,7 @@ CommandLine Parser::result() const {
     ReportArgs args = report;
     args.branch = report_branch.value();
     args.output = report_output.value();
+    args.format = report_format.value();
     line.command = args;
   }
   return line;
@@ -186,22 +192,109 @@ std::vector<std::string> cli11_arguments(const std::vector<std::string>& args) {
   return reversed;
 }
 
-// CLI11 reports an unknown command as a missing one; name it instead.
+// The number of single-character edits between two names.
+std::size_t edit_distance(std::string_view a, std::string_view b) {
+  std::vector<std::size_t> row(b.size() + 1);
+  for (std::size_t j = 0; j <= b.size(); ++j) row[j] = j;
+  for (std::size_t i = 1; i <= a.size(); ++i) {
+    std::size_t diagonal = row[0];
+    row[0] = i;
+    for (std::size_t j = 1; j <= b.size(); ++j) {
+      const std::size_t above = row[j];
+      row[j] = std::min({row[j] + 1, row[j - 1] + 1, diagonal + (a[i - 1] == b[j - 1] ? 0 : 1)});
+      diagonal = above;
+    }
+  }
+  return row[b.size()];
+}
+
+// "; did you mean 'x'?" for the closest of `names` to `typed`, when one is
+// close enough to be what was meant; else "".
+std::string suggestion(std::string_view typed, const std::vector<std::string>& names) {
+  const std::string* best = nullptr;
+  std::size_t best_distance = 3;  // more edits than this is another word
+  for (const std::string& name : names) {
+    const std::size_t distance = name.starts_with(typed) ? 1 : edit_distance(typed, name);
+    if (distance < best_distance) best = &name, best_distance = distance;
+  }
+  return best ? "; did you mean " + quoted_text(*best) + "?" : "";
+}
+
+std::vector<std::string> command_names(const CLI::App& app) {
+  std::vector<std::string> names;
+  for (const CLI::App* command : app.get_subcommands({})) names.push_back(command->get_name());
+  return names;
+}
+
+std::vector<std::string> option_names(const CLI::App& command) {
+  std::vector<std::string> names;
+  for (const CLI::App* app = &command; app != nullptr; app = app->get_parent()) {
+    for (const CLI::Option* option : app->get_options()) {
+      for (const std::string& name : option->get_lnames()) names.push_back("--" + name);
+    }
+  }
+  return names;
+}
+
+// CLI11 reports an unknown command as a missing one, and a misspelt option
+// behind a missing required one: name what was typed instead.
 std::string usage_message(const CLI::App& app, const CLI::ParseError& error) {
   const std::vector<std::string> left = app.remaining();
-  if (app.get_subcommands().empty() && !left.empty() && !left.front().starts_with("-")) {
-    return "unknown command " + quoted_text(left.front()) +
-           "; the commands are recent, hotspots, diff, report and index";
+  const std::vector<CLI::App*> parsed = app.get_subcommands();
+  if (parsed.empty() && !left.empty() && !left.front().starts_with("-")) {
+    std::string names;
+    const std::vector<std::string> commands = command_names(app);
+    for (std::size_t i = 0; i < commands.size(); ++i) {
+      names += (i == 0 ? "" : i + 1 == commands.size() ? " and " : ", ") + commands[i];
+    }
+    const std::string guess = suggestion(left.front(), commands);
+    return "unknown command " + quoted_text(left.front()) + guess +
+           (guess.empty() ? "; the commands are " : " The commands are ") + names;
+  }
+  for (const std::string& arg : left) {
+    if (!arg.starts_with("-") || arg == "-") continue;
+    const std::string typed = arg.substr(0, arg.find('='));
+    const CLI::App& command = parsed.empty() ? app : *parsed.front();
+    return "unknown option " + quoted_text(typed) + suggestion(typed, option_names(command));
   }
   return error.what();
+}
+
+// `lomarind help [COMMAND]`: the usage of the program or of one command.
+std::optional<ParsedCommandLine> help_request(Parser& parser,
+                                              const std::vector<std::string>& args) {
+  if (args.empty() || args.front() != "help" || args.size() > 2) return std::nullopt;
+  ParsedCommandLine parsed;
+  if (args.size() == 1) {
+    parsed.out = parser.app.help();
+    return parsed;
+  }
+  for (const CLI::App* command : parser.app.get_subcommands({})) {
+    if (command->get_name() == args[1]) {
+      parsed.out = command->help("lomarind");
+      return parsed;
+    }
+  }
+  parsed.exit_code = kExitUsage;
+  parsed.err = program_lines("", "no command " + quoted_text(args[1]) +
+                                     suggestion(args[1], command_names(parser.app))) +
+               "lomarind: run 'lomarind help' for usage\n";
+  return parsed;
 }
 
 }  // namespace
 
 ParsedCommandLine parse_command_line(const std::vector<std::string>& args) {
   Parser parser;
-  std::vector<std::string> reversed = cli11_arguments(args);
+  if (std::optional<ParsedCommandLine> help = help_request(parser, args)) return *help;
   ParsedCommandLine parsed;
+  if (args.empty()) {
+    // A bare `lomarind` is asking what it can do.
+    parsed.exit_code = kExitUsage;
+    parsed.out = parser.app.help();
+    return parsed;
+  }
+  std::vector<std::string> reversed = cli11_arguments(args);
   try {
     parser.app.parse(reversed);
   } catch (const CLI::CallForHelp&) {
@@ -213,7 +306,7 @@ ParsedCommandLine parse_command_line(const std::vector<std::string>& args) {
   } catch (const CLI::ParseError& e) {
     parsed.exit_code = kExitUsage;
     parsed.err = program_lines("", usage_message(parser.app, e)) +
-                 "lomarind: run 'lomarind --help' for usage\n";
+                 "lomarind: run 'lomarind help' for usage\n";
     return parsed;
   }
   parsed.command_line = parser.result();

@@ -61,13 +61,14 @@ struct DiffArgs {
 
 // The period's hotspots and recent changes as one page (html) or as wiki
 // tables (markdown), written to `output` (default: lomarind-report.html or
-// .md in the current folder).
+// .md in the current folder; "-" is stdout). Without a format, an output
+// named .md or .markdown is Markdown and anything else HTML.
 struct ReportArgs {
   std::string since;
   std::optional<std::string> branch;
   bool source_only = false;
   std::optional<std::string> output;
-  std::string format = "html";
+  std::optional<std::string> format;  // "html" or "markdown"
 };
 
 struct IndexArgs {

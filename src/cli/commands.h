@@ -12,7 +12,6 @@
 #include "cli/answer_text.h"
 #include "cli/command_line.h"
 #include "lomarind/storage/repository_changes.h"
-#include "lomarind/utils/json.h"
 #include "lomarind/utils/logging.h"
 #include "lomarind/workers/git_history/git_history.h"
 
@@ -52,17 +51,5 @@ struct CommitCacheUse {
 
 int run_index(const RepositoryLocation& location, const IndexArgs& args, const Terminal& terminal,
               const CommitCacheUse& cache, const std::atomic<bool>& stop);
-
-// The readable form of each answer: a summary line, a table of the page's
-// rows (symbol lines under a row when asked for) and a page footer.
-std::string recent_table(const Json& answer, const RenderOptions& options);
-std::string hotspots_table(const Json& answer, const RenderOptions& options);
-std::string diff_table(const Json& answer, const RenderOptions& options);
-
-// Writes the answer to terminal.out: the JSON document and a newline, or
-// the table.
-void print_answer(const Json& answer, bool json,
-                  std::string (*table)(const Json&, const RenderOptions&),
-                  const Terminal& terminal);
 
 }  // namespace lomarind::cli

@@ -3,48 +3,28 @@
 #include <fmt/format.h>
 #include <utf8proc.h>
 
+#include <vector>
+
 #include "lomarind/utils/quoting.h"
 #include "lomarind/utils/utf8.h"
 
 namespace lomarind::cli {
 
-namespace {
+using quoting::BadByte;
 
-// How a byte that is not UTF-8 is shown: \xhh on a terminal, and on a page
-// as the JSON answer shows it, \udcXX, so that a name reads the same in both.
-enum class BadByte { kHex, kSurrogate };
-
-std::string escape(std::string_view text, bool keep_line_breaks, BadByte bad_byte) {
-  std::string out;
-  out.reserve(text.size());
-  std::size_t pos = 0;
-  while (pos < text.size()) {
-    const auto cp = utf8::decode_utf8(text, pos);
-    if (!cp) {
-      const auto byte = static_cast<unsigned char>(text[pos]);
-      out += bad_byte == BadByte::kHex ? fmt::format("\\x{:02x}", byte)
-                                       : fmt::format("\\udc{:02x}", byte);
-      ++pos;
-      continue;
-    }
-    const bool kept = keep_line_breaks && (cp->value == U'\n' || cp->value == U'\t');
-    if (kept || quoting::is_printable(cp->value)) {
-      out.append(text.substr(pos, cp->length));
-    } else {
-      quoting::append_escaped(out, cp->value);
-    }
-    pos += cp->length;
-  }
-  return out;
+std::string terminal_text(std::string_view text) {
+  return quoting::escaped_text(text, {.bad_byte = BadByte::kHex});
 }
 
-}  // namespace
+std::string terminal_message(std::string_view text) {
+  return quoting::escaped_text(text, {.keep_line_breaks = true, .bad_byte = BadByte::kHex});
+}
 
-std::string terminal_text(std::string_view text) { return escape(text, false, BadByte::kHex); }
-
-std::string terminal_message(std::string_view text) { return escape(text, true, BadByte::kHex); }
-
-std::string page_text(std::string_view text) { return escape(text, false, BadByte::kSurrogate); }
+// A byte that is not UTF-8 reads on a page as in the JSON answer, so that a
+// name reads the same in both.
+std::string page_text(std::string_view text) {
+  return quoting::escaped_text(text, {.bad_byte = BadByte::kSurrogate});
+}
 
 std::string program_lines(std::string_view head, std::string_view message) {
   std::string out;
@@ -75,6 +55,30 @@ std::size_t display_width(std::string_view text) {
     pos += cp->length;
   }
   return width;
+}
+
+std::string quoted_text(std::string_view text) { return "'" + terminal_text(text) + "'"; }
+
+std::string shortened_middle(std::string_view text, std::size_t width) {
+  if (display_width(text) <= width) return std::string(text);
+  std::vector<std::size_t> starts;  // where each character begins
+  for (std::size_t pos = 0; pos < text.size();) {
+    starts.push_back(pos);
+    const auto cp = utf8::decode_utf8(text, pos);
+    pos += cp ? cp->length : 1;
+  }
+  starts.push_back(text.size());
+  // The longest start in half the room, then the longest end in the rest.
+  std::size_t head = 0;
+  while (head + 1 < starts.size() &&
+         display_width(text.substr(0, starts[head + 1])) <= (width - 1) / 2) {
+    ++head;
+  }
+  const std::string_view start = text.substr(0, starts[head]);
+  const std::size_t room = width - 1 - display_width(start);
+  std::size_t tail = starts.size() - 1;
+  while (tail > head && display_width(text.substr(starts[tail - 1])) <= room) --tail;
+  return std::string(start) + "\u2026" + std::string(text.substr(starts[tail]));
 }
 
 }  // namespace lomarind::cli

@@ -29,6 +29,14 @@ std::string page_text(std::string_view text);
 // git's own included, says where it came from.
 std::string program_lines(std::string_view head, std::string_view message);
 
+// `text` in single quotes, terminal-safe.
+std::string quoted_text(std::string_view text);
+
+// `text` in at most `width` terminal columns: when longer, its start and
+// end with an ellipsis between, so both a path's top folder and its file
+// name stay. REQUIRES: `text` came from terminal_text; width >= 1.
+std::string shortened_middle(std::string_view text, std::size_t width);
+
 // The number of terminal columns `text` takes (wide characters count two,
 // combining marks none). REQUIRES: `text` came from terminal_text.
 std::size_t display_width(std::string_view text);

@@ -4,63 +4,11 @@
 
 #include <cmath>
 
-#include "lomarind/utils/utf8.h"
+#include "lomarind/utils/json_text.h"
 
 namespace lomarind::cli {
 
 namespace {
-
-void append_escaped_ascii(std::string& out, unsigned char c) {
-  switch (c) {
-    case '"':
-      out += "\\\"";
-      return;
-    case '\\':
-      out += "\\\\";
-      return;
-    case '\b':
-      out += "\\b";
-      return;
-    case '\f':
-      out += "\\f";
-      return;
-    case '\n':
-      out += "\\n";
-      return;
-    case '\r':
-      out += "\\r";
-      return;
-    case '\t':
-      out += "\\t";
-      return;
-    default:
-      break;
-  }
-  if (c < 0x20) {
-    out += fmt::format("\\u{:04x}", c);
-  } else {
-    out += static_cast<char>(c);
-  }
-}
-
-void append_string(std::string& out, std::string_view text) {
-  out += '"';
-  std::size_t pos = 0;
-  while (pos < text.size()) {
-    const auto byte = static_cast<unsigned char>(text[pos]);
-    if (byte < 0x80) {
-      append_escaped_ascii(out, byte);
-      ++pos;
-    } else if (const auto cp = utf8::decode_utf8(text, pos)) {
-      out.append(text.substr(pos, cp->length));
-      pos += cp->length;
-    } else {
-      out += fmt::format("\\udc{:02x}", byte);
-      ++pos;
-    }
-  }
-  out += '"';
-}
 
 void append_double(std::string& out, double value) {
   if (!std::isfinite(value)) {
@@ -91,7 +39,7 @@ void append_object(std::string& out, const Json& object, int depth) {
     if (!first) out += ',';
     first = false;
     append_newline(out, depth + 1);
-    append_string(out, key);
+    json_text::append_string(out, key, json_text::NonUtf8::kSurrogateEscape);
     out += ": ";
     append_value(out, member, depth + 1);
   }
@@ -125,7 +73,8 @@ void append_value(std::string& out, const Json& value, int depth) {
       append_array(out, value, depth);
       return;
     case Json::value_t::string:
-      append_string(out, value.get_ref<const std::string&>());
+      json_text::append_string(out, value.get_ref<const std::string&>(),
+                               json_text::NonUtf8::kSurrogateEscape);
       return;
     case Json::value_t::boolean:
       out += value.get<bool>() ? "true" : "false";
@@ -157,7 +106,7 @@ std::string write_json(const Json& value) {
 
 std::string json_string(std::string_view text) {
   std::string out;
-  append_string(out, text);
+  json_text::append_string(out, text, json_text::NonUtf8::kSurrogateEscape);
   return out;
 }
 

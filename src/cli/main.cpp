@@ -2,6 +2,7 @@
 // exits 0, 1 when the question could not be answered, 2 for a usage error,
 // and 128 + the signal when SIGINT (130) or SIGTERM (143) stopped it.
 #include <signal.h>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -67,6 +68,19 @@ void install_stop_handlers() {
 
 bool colour_wanted() { return ::isatty(STDOUT_FILENO) == 1 && std::getenv("NO_COLOR") == nullptr; }
 
+// The columns tables must fit: COLUMNS when set, else the terminal's own;
+// 0 (never cut) when stdout is no terminal, so piped output stays whole.
+std::size_t terminal_width() {
+  if (::isatty(STDOUT_FILENO) != 1) return 0;
+  if (const char* columns = std::getenv("COLUMNS")) {
+    char* end = nullptr;
+    const long value = std::strtol(columns, &end, 10);
+    if (end != columns && *end == '\0' && value > 0) return static_cast<std::size_t>(value);
+  }
+  struct winsize size {};
+  return ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 ? size.ws_col : 0;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -83,7 +97,8 @@ int main(int argc, char** argv) {
   const Terminal terminal{std::cout, std::cerr,
                           RenderOptions{.colour = colour_wanted(),
                                         .now = std::chrono::floor<std::chrono::seconds>(
-                                            std::chrono::system_clock::now())},
+                                            std::chrono::system_clock::now()),
+                                        .width = terminal_width()},
                           ::isatty(STDERR_FILENO) == 1};
   int code = kExitFailure;
   try {

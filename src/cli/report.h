@@ -12,7 +12,7 @@
 
 #include "cli/command_line.h"
 #include "cli/commands.h"
-#include "lomarind/utils/json.h"
+#include "lomarind/workers/git_history/answers.h"
 
 namespace lomarind::cli {
 
@@ -33,11 +33,11 @@ struct WeekCount {
 struct ReportContent {
   std::string repository;  // the work tree's top level
   bool index_used = false;
-  std::int64_t generated = 0;     // Unix seconds, UTC
-  std::int64_t period_start = 0;  // Unix seconds, UTC
-  Json files;                     // hotspots by file: the kMapFiles busiest
-  Json components;                // hotspots by component
-  Json recent;  // recent changes: the latest kRecentRows, with symbols when indexed
+  std::int64_t generated = 0;                        // Unix seconds, UTC
+  std::int64_t period_start = 0;                     // Unix seconds, UTC
+  git_history::HotspotsAnswer files;                 // by file: the kMapFiles busiest
+  git_history::HotspotsAnswer components;            // by component
+  git_history::RecentChangesAnswer recent;           // the latest kRecentRows, symbols when indexed
   std::map<std::string, std::int64_t> last_changed;  // Unix seconds, UTC, by path
   std::vector<WeekCount> weeks;                      // oldest first
 };
@@ -54,11 +54,24 @@ ReportContent gather_report(const HistorySession& session, const ReportArgs& arg
 std::vector<WeekCount> weekly_commits(const std::vector<std::int64_t>& timestamps,
                                       std::int64_t period_start, std::int64_t now, bool cut);
 
+// The file and component rows of the report's two hotspot answers.
+const std::vector<git_history::FileHotspot>& file_rows(const ReportContent& content);
+const std::vector<git_history::ComponentHotspot>& component_rows(const ReportContent& content);
+
 std::string report_html(const ReportContent& content);
 std::string report_markdown(const ReportContent& content);
 
-// Writes the report that `args` asks for and prints the path it wrote.
-int run_report(const HistorySession& session, const ReportArgs& args, bool index_used,
-               const Terminal& terminal);
+enum class ReportFormat { kHtml, kMarkdown };
+
+// The format asked for, else the one the output's name says (.md or
+// .markdown, .html or .htm), else HTML. Throws std::runtime_error for an
+// output named as the other format than the one asked for: it is refused
+// before anything is read, rather than written in the wrong format.
+ReportFormat report_format(const ReportArgs& args);
+
+// Writes the report that `args` asks for and prints the path it wrote, or
+// writes the report itself to stdout for the output "-".
+int run_report(const HistorySession& session, const ReportArgs& args, ReportFormat format,
+               bool index_used, const Terminal& terminal);
 
 }  // namespace lomarind::cli

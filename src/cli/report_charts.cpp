@@ -11,7 +11,9 @@
 
 #include "cli/display_text.h"
 #include "cli/markup_text.h"
+#include "cli/time_text.h"
 #include "cli/treemap.h"
+#include "lomarind/utils/utf8.h"
 
 namespace lomarind::cli {
 
@@ -30,37 +32,23 @@ constexpr std::array<Stop, 4> kRiskStops = {{{0.0, 0xfe, 0xf3, 0xc7},
                                              {0.7, 0xf9, 0x73, 0x16},
                                              {1.0, 0xb9, 0x1c, 0x1c}}};
 
-std::int64_t integer(const Json& row, const char* key) {
-  const auto it = row.find(key);
-  return it != row.end() && it->is_number_integer() ? it->get<std::int64_t>() : 0;
-}
-
-std::string text(const Json& row, const char* key) {
-  const auto it = row.find(key);
-  return it != row.end() && it->is_string() ? it->get<std::string>() : std::string();
-}
-
 // The region a file is drawn in: as the component answer groups it.
-std::string component_of(const Json& row) {
-  const std::string component = text(row, "component");
-  return component.empty() ? "unknown" : component;
+std::string component_of(const git_history::FileHotspot& row) {
+  return row.component && !row.component->empty() ? *row.component : "unknown";
 }
 
-double lines(const Json& row) {
+double lines(const git_history::FileHotspot& row) {
   // A file changed without line counts (binary, a pure rename) still shows.
-  return static_cast<double>(
-      std::max<std::int64_t>(1, integer(row, "additions") + integer(row, "deletions")));
+  return static_cast<double>(std::max<std::int64_t>(1, row.additions + row.deletions));
 }
 
 // The path on the first line (a line break in it is shown escaped), the
 // numbers below it.
-std::string file_title(const Json& row, const ReportContent& content) {
-  const std::string name = text(row, "name");
-  const auto last = content.last_changed.find(name);
-  const std::int64_t commits = integer(row, "commits");
-  return fmt::format("{}\n{} commit{}, +{} -{} lines, risk {:.2f}\nlast change {}", html_text(name),
-                     commits, commits == 1 ? "" : "s", integer(row, "additions"),
-                     integer(row, "deletions"), row.value("risk_score", 0.0),
+std::string file_title(const git_history::FileHotspot& row, const ReportContent& content) {
+  const auto last = content.last_changed.find(row.name);
+  return fmt::format("{}\n{} commit{}, +{} -{} lines, risk {:.2f}\nlast change {}",
+                     html_text(row.name), row.commits, row.commits == 1 ? "" : "s", row.additions,
+                     row.deletions, row.risk_score,
                      last == content.last_changed.end() ? "-" : date_text(last->second));
 }
 
@@ -69,53 +57,118 @@ std::string rect_svg(const Rect& r, std::string_view attributes) {
                      r.width, r.height, attributes);
 }
 
-// The file boxes of one region, labelled with the file's own name where it fits.
-std::string files_svg(const std::vector<const Json*>& files, Rect area,
-                      const ReportContent& content) {
+constexpr std::size_t kRankedFiles = 10;  // the hottest files always carry a label
+constexpr double kFileCharWidth = 7;      // of an 11px label, roughly
+constexpr double kRegionCharWidth = 7.5;  // of a 12px bold title, roughly
+
+// What the map writes on each file: the shortest tail of its path (whole
+// folders) that no other file on the map ends with, so that eight mod.rs
+// read runtime/mod.rs, sync/mod.rs...; and the rank of the hottest files.
+struct MapLabels {
+  std::map<std::string, std::string> name;
+  std::map<std::string, std::size_t> rank;  // 1 for the busiest file
+};
+
+std::string tail(const std::string& path, std::size_t folders) {
+  std::size_t at = path.size();
+  for (std::size_t i = 0; i <= folders; ++i) {
+    at = path.rfind('/', at == 0 ? 0 : at - 1);
+    if (at == std::string::npos) return path;
+  }
+  return path.substr(at + 1);
+}
+
+MapLabels map_labels(const std::vector<git_history::FileHotspot>& rows) {
+  MapLabels labels;
+  std::map<std::string, std::size_t> uses;  // how many files end with a tail
+  const std::size_t deepest = 64;           // folders looked at, at most
+  for (const git_history::FileHotspot& row : rows) {
+    for (std::size_t folders = 0; folders < deepest; ++folders) {
+      ++uses[tail(row.name, folders)];
+      if (tail(row.name, folders) == row.name) break;
+    }
+  }
+  for (std::size_t i = 0; i < rows.size(); ++i) {
+    std::size_t folders = 0;
+    while (uses[tail(rows[i].name, folders)] > 1 && tail(rows[i].name, folders) != rows[i].name) {
+      ++folders;
+    }
+    labels.name[rows[i].name] = tail(rows[i].name, folders);
+    if (i < kRankedFiles) labels.rank[rows[i].name] = i + 1;
+  }
+  return labels;
+}
+
+// `text` cut to `chars` columns, with an ellipsis where it was cut.
+std::string fitted(const std::string& text, double chars) {
+  if (static_cast<double>(display_width(text)) <= chars) return text;
+  std::string out;
+  for (std::size_t pos = 0; pos < text.size();) {
+    const auto cp = utf8::decode_utf8(text, pos);
+    const std::size_t length = cp ? cp->length : 1;
+    if (static_cast<double>(display_width(out + text.substr(pos, length))) + 1 > chars) break;
+    out += text.substr(pos, length);
+    pos += length;
+  }
+  return out + "\u2026";
+}
+
+// A file's label: its name where the box holds it, else (for the hottest
+// files) its rank, which the key under the map names.
+std::string file_label(const git_history::FileHotspot& row, Rect box, const MapLabels& labels) {
+  const std::string name = page_text(labels.name.at(row.name));
+  const char* style = row.risk_score >= 0.6 ? "file-label light" : "file-label";  // dark boxes
+  std::string text;
+  if (box.height >= 16 &&
+      static_cast<double>(display_width(name)) * kFileCharWidth + 8 <= box.width) {
+    text = name;
+  } else if (const auto rank = labels.rank.find(row.name); rank != labels.rank.end()) {
+    text = std::to_string(rank->second);
+  } else {
+    return "";
+  }
+  return fmt::format(R"(<text x="{:.1f}" y="{:.1f}" class="{}">{}</text>)", box.x + 3,
+                     box.y + std::min(12.0, box.height), style, html_text(text));
+}
+
+// The file boxes of one region, each labelled by file_label.
+std::string files_svg(const std::vector<const git_history::FileHotspot*>& files, Rect area,
+                      const ReportContent& content, const MapLabels& labels) {
   std::vector<double> weights;
-  for (const Json* row : files) weights.push_back(lines(*row));
+  for (const git_history::FileHotspot* row : files) weights.push_back(lines(*row));
   const std::vector<Rect> boxes = squarify(weights, area);
   std::string out;
   for (std::size_t i = 0; i < files.size(); ++i) {
-    const Json& row = *files[i];
+    const git_history::FileHotspot& row = *files[i];
     const Rect box = inset(boxes[i], 0.5);
-    out += fmt::format(
-        "<g class=\"file\"><title>{}</title>{}", file_title(row, content),
-        rect_svg(box, fmt::format("fill=\"{}\"", risk_colour(row.value("risk_score", 0.0)))));
-    const std::string name = text(row, "name");
-    const std::string base = page_text(name.substr(name.rfind('/') + 1));
-    if (box.height >= 16 && display_width(base) * 7.0 + 8 <= box.width) {
-      // Dark boxes get light text.
-      const char* label = row.value("risk_score", 0.0) >= 0.6 ? "file-label light" : "file-label";
-      out += fmt::format(R"(<text x="{:.1f}" y="{:.1f}" class="{}">{}</text>)", box.x + 4,
-                         box.y + 12, label, html_text(base));
-    }
-    out += "</g>";
+    out += fmt::format("<g class=\"file\"><title>{}</title>{}{}</g>", file_title(row, content),
+                       rect_svg(box, fmt::format("fill=\"{}\"", risk_colour(row.risk_score))),
+                       file_label(row, box, labels));
   }
   return out;
 }
 
-// One component: its box, its name where it fits, and its files inside.
-std::string region_svg(std::size_t index, const std::string& component,
-                       const std::vector<const Json*>& members, Rect region,
-                       const ReportContent& content) {
+// One component: its box, its name (cut to fit; whole on hover), and its
+// files inside.
+std::string region_svg(const std::string& component,
+                       const std::vector<const git_history::FileHotspot*>& members, Rect region,
+                       const ReportContent& content, const MapLabels& labels) {
   std::int64_t changed = 0;
-  for (const Json* row : members)
-    changed += integer(*row, "additions") + integer(*row, "deletions");
-  const std::string name = html_text(component);
-  std::string out = fmt::format(
-      "<g class=\"region\"><title>{}: {} file{}, {} lines changed</title>{}", name, members.size(),
-      members.size() == 1 ? "" : "s", changed, rect_svg(region, "class=\"region-box\""));
+  for (const git_history::FileHotspot* row : members) changed += row->additions + row->deletions;
+  const std::string name = page_text(component);
+  std::string out =
+      fmt::format("<g class=\"region\"><title>{}: {} file{}, {} lines changed</title>{}",
+                  html_text(name), members.size(), members.size() == 1 ? "" : "s", changed,
+                  rect_svg(region, "class=\"region-box\""));
   Rect inner = inset(region, 2);
   if (region.height >= 2.5 * kLabelHeight && region.width >= 40) {
-    out += fmt::format(
-        R"svg(<clipPath id="region-{0}">{1}</clipPath>)svg"
-        R"svg(<text x="{2:.1f}" y="{3:.1f}" class="region-label" clip-path="url(#region-{0})">{4}</text>)svg",
-        index, rect_svg(region, ""), region.x + 5, region.y + 13, name);
+    out += fmt::format(R"svg(<text x="{:.1f}" y="{:.1f}" class="region-label">{}</text>)svg",
+                       region.x + 5, region.y + 13,
+                       html_text(fitted(name, (region.width - 10) / kRegionCharWidth)));
     inner.y += kLabelHeight - 2;
     inner.height = std::max(0.0, inner.height - (kLabelHeight - 2));
   }
-  return out + files_svg(members, inner, content) + "</g>";
+  return out + files_svg(members, inner, content, labels) + "</g>";
 }
 
 }  // namespace
@@ -131,19 +184,11 @@ std::string risk_colour(double risk) {
   return fmt::format("#{:02x}{:02x}{:02x}", mix(a.r, b.r), mix(a.g, b.g), mix(a.b, b.b));
 }
 
-std::string date_text(std::int64_t time) {
-  const std::chrono::sys_days day =
-      std::chrono::floor<std::chrono::days>(std::chrono::sys_seconds(std::chrono::seconds(time)));
-  const std::chrono::year_month_day ymd(day);
-  return fmt::format("{:04}-{:02}-{:02}", static_cast<int>(ymd.year()),
-                     static_cast<unsigned>(ymd.month()), static_cast<unsigned>(ymd.day()));
-}
-
 std::string hotspot_map_svg(const ReportContent& content) {
   // Regions in the order the files first name them, the busiest file first.
   std::vector<std::string> names;
-  std::map<std::string, std::vector<const Json*>> files;
-  for (const Json& row : content.files.at("hotspots")) {
+  std::map<std::string, std::vector<const git_history::FileHotspot*>> files;
+  for (const git_history::FileHotspot& row : file_rows(content)) {
     auto [it, added] = files.try_emplace(component_of(row));
     if (added) names.push_back(it->first);
     it->second.push_back(&row);
@@ -151,17 +196,28 @@ std::string hotspot_map_svg(const ReportContent& content) {
   std::vector<double> weights;
   for (const std::string& name : names) {
     double sum = 0;
-    for (const Json* row : files[name]) sum += lines(*row);
+    for (const git_history::FileHotspot* row : files[name]) sum += lines(*row);
     weights.push_back(sum);
   }
   const std::vector<Rect> regions = squarify(weights, {0, 0, kMapWidth, kMapHeight});
+  const MapLabels labels = map_labels(file_rows(content));
   std::string out =
       fmt::format(R"(<svg class="map" viewBox="0 0 {} {}" role="img" aria-label="Hotspot map">)",
                   kMapWidth, kMapHeight);
   for (std::size_t i = 0; i < names.size(); ++i) {
-    out += region_svg(i, names[i], files[names[i]], inset(regions[i], 1.5), content);
+    out += region_svg(names[i], files[names[i]], inset(regions[i], 1.5), content, labels);
   }
   return out + "</svg>";
+}
+
+std::string hottest_key_html(const ReportContent& content) {
+  const std::vector<git_history::FileHotspot>& rows = file_rows(content);
+  std::string out = "<ol class=\"hottest\">";
+  for (std::size_t i = 0; i < rows.size() && i < kRankedFiles; ++i) {
+    out += fmt::format("<li>{} <span>{} commit{}</span></li>", html_text(page_text(rows[i].name)),
+                       rows[i].commits, rows[i].commits == 1 ? "" : "s");
+  }
+  return out + "</ol>";
 }
 
 std::string hotspot_legend_html() {

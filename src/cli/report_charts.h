@@ -13,12 +13,13 @@ namespace lomarind::cli {
 // A risk score in [0, 1] as a colour from pale yellow (calm) to dark red.
 std::string risk_colour(double risk);
 
-// "2024-05-01" for a time in Unix seconds, UTC; any year.
-std::string date_text(std::int64_t time);
-
 // Components as regions, their files inside, each file's area by lines
 // changed and its colour by risk score, with a hover title.
 std::string hotspot_map_svg(const ReportContent& content);
+
+// The hottest files in rank order: the numbers on map boxes too small for
+// a name.
+std::string hottest_key_html(const ReportContent& content);
 
 // The legend that explains the map's colours and areas.
 std::string hotspot_legend_html();

@@ -26,7 +26,7 @@ struct Questions {
   const HistoryQuery& query;
   const ReportArgs& args;
 
-  Json hotspots(const char* group_by, std::int64_t limit) const {
+  git_history::HotspotsAnswer hotspots(const char* group_by, std::int64_t limit) const {
     return history.hotspots(query.repository, query.repo_root,
                             {.since = args.since,
                              .branch = args.branch,
@@ -36,7 +36,7 @@ struct Questions {
                              .source_only = args.source_only});
   }
 
-  Json recent(std::int64_t limit, bool symbols) const {
+  git_history::RecentChangesAnswer recent(std::int64_t limit, bool symbols) const {
     return history.recent_changes(query.repository, query.repo_root,
                                   {.since = args.since,
                                    .branch = args.branch,
@@ -59,6 +59,14 @@ std::map<std::string, std::int64_t> last_changes(const git_utils::KeptLog& log) 
 }
 
 }  // namespace
+
+const std::vector<git_history::FileHotspot>& file_rows(const ReportContent& content) {
+  return std::get<std::vector<git_history::FileHotspot>>(content.files.hotspots);
+}
+
+const std::vector<git_history::ComponentHotspot>& component_rows(const ReportContent& content) {
+  return std::get<std::vector<git_history::ComponentHotspot>>(content.components.hotspots);
+}
 
 std::vector<WeekCount> weekly_commits(const std::vector<std::int64_t>& timestamps,
                                       std::int64_t period_start, std::int64_t now, bool cut) {
@@ -90,8 +98,8 @@ ReportContent gather_report(const HistorySession& session, const ReportArgs& arg
                             std::chrono::sys_seconds now) {
   const git_history::Neighbours production = session.production().neighbours();
   const git_utils::KeptLogReader git(production.git);
-  const git_history::GitHistory history(git_history::Neighbours{
-      git, production.index, production.filters, production.pagination, production.logger});
+  const git_history::GitHistory history(
+      git_history::Neighbours{git, production.index, production.filters, production.logger});
   const HistoryQuery query = session.query();
 
   ReportContent content;
@@ -110,7 +118,7 @@ ReportContent gather_report(const HistorySession& session, const ReportArgs& arg
   timestamps.reserve(log.commits.size());
   for (const git_utils::CommitChanges& commit : log.commits) timestamps.push_back(commit.timestamp);
   content.weeks = weekly_commits(timestamps, content.period_start, content.generated,
-                                 content.files.contains("commit_limit_reached"));
+                                 content.files.period.commit_limit_reached);
   return content;
 }
 

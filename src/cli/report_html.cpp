@@ -1,10 +1,14 @@
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <filesystem>
+#include <span>
 
+#include "cli/columns.h"
 #include "cli/markup_text.h"
 #include "cli/report.h"
 #include "cli/report_charts.h"
+#include "cli/time_text.h"
 
 namespace lomarind::cli {
 
@@ -66,18 +70,9 @@ td.risk{width:210px;white-space:nowrap}
 ul.symbols{margin:4px 0 0;padding-left:16px;color:#475467;font-size:12px}
 .empty{color:var(--muted);font-style:italic}
 footer{color:var(--muted);font-size:12px;text-align:center}
+ol.hottest{margin:10px 0 0;padding-left:22px;columns:2;font-size:12px;font-family:ui-monospace,SFMono-Regular,Menlo,monospace;word-break:break-all}
+ol.hottest span{color:var(--muted);font-family:system-ui,sans-serif}
 )";
-
-std::int64_t integer(const Json& row, const char* key) {
-  const auto it = row.find(key);
-  return it != row.end() && it->is_number_integer() ? it->get<std::int64_t>() : 0;
-}
-
-std::string field(const Json& row, const char* key) {
-  const auto it = row.find(key);
-  if (it == row.end() || it->is_null()) return "-";
-  return html_text(it->is_string() ? it->get<std::string>() : it->dump());
-}
 
 std::string fact(std::string_view label, const std::string& value, bool warn = false) {
   return fmt::format("<div><dt>{}</dt><dd{}>{}</dd></div>", label, warn ? " class=\"warn\"" : "",
@@ -85,22 +80,23 @@ std::string fact(std::string_view label, const std::string& value, bool warn = f
 }
 
 std::string header_html(const ReportContent& content) {
-  const Json& answer = content.files;
+  const git_history::HotspotsAnswer& answer = content.files;
   const std::string name = std::filesystem::path(content.repository).filename().string();
-  const std::int64_t excluded = integer(answer, "excluded_files");
-  std::string files = fmt::format("{}<small>still present", integer(answer, "total_count"));
-  if (excluded > 0) files += fmt::format("; {} more are not production source", excluded);
+  std::string files = fmt::format("{}<small>still present", answer.page.total_count);
+  if (answer.excluded_files > 0) {
+    files += fmt::format("; {} more are not production source", answer.excluded_files);
+  }
   files += "</small>";
-  const bool cut = answer.contains("commit_limit_reached");
+  const bool cut = answer.period.commit_limit_reached;
   std::string out = fmt::format(
       "<header class=\"top\" id=\"header\"><h1>{} <span>hotspots</span></h1>"
       "<p class=\"path\">{}</p><dl class=\"facts\">",
       html_text(name), html_text(content.repository));
-  out += fact("Branch", field(answer, "branch"));
+  out += fact("Branch", html_text(answer.period.branch));
   out += fact("Period", fmt::format("since {}<small><span>{}</span> to <span>{}</span></small>",
-                                    field(answer, "since"), date_text(content.period_start),
+                                    html_text(answer.period.since), date_text(content.period_start),
                                     date_text(content.generated)));
-  out += fact("Commits read", std::to_string(integer(answer, "commit_count")));
+  out += fact("Commits read", std::to_string(answer.period.commit_count));
   out += fact("Commit limit",
               cut ? "reached<small>older commits are left out</small>"
                   : "not reached<small>the whole period is read</small>",
@@ -113,96 +109,99 @@ std::string header_html(const ReportContent& content) {
   return out + "</dl></header>";
 }
 
-std::string risk_cell(const Json& row) {
-  const double risk = row.value("risk_score", 0.0);
-  return fmt::format(
-      R"(<td class="risk"><span class="bar"><span style="width:{:.0f}%;background:{}"></span></span>{:.2f}</td>)",
-      risk * 100, risk_colour(risk), risk);
+std::string html_cell(const CellValue& value) {
+  const std::string text = value.text ? html_text(*value.text) : "-";
+  switch (value.kind) {
+    case CellKind::kName: {
+      std::string old_name;
+      if (value.old_name)
+        old_name = "<div class=\"old\">from " + html_text(*value.old_name) + "</div>";
+      return "<td class=\"name\">" + text + old_name;
+    }
+    case CellKind::kCount:
+      return "<td class=\"num\">" + text;
+    case CellKind::kAdded:
+      return "<td class=\"num add\">" + text;
+    case CellKind::kDeleted:
+      return "<td class=\"num del\">" + text;
+    case CellKind::kStatus:
+      return fmt::format("<td><span class=\"status {0}\">{0}</span>", text);
+    case CellKind::kRisk:
+      return fmt::format(
+          R"(<td class="risk"><span class="bar"><span style="width:{:.0f}%;background:{}"></span></span>{})",
+          value.risk * 100, risk_colour(value.risk), text);
+    case CellKind::kTime:
+      return "<td class=\"num\">" + date_minute_text(value.time);
+    case CellKind::kText:
+      break;
+  }
+  return "<td>" + text;
 }
 
-std::string lines_cells(const Json& row) {
-  return fmt::format(R"(<td class="num add">+{}</td><td class="num del">-{}</td>)",
-                     integer(row, "additions"), integer(row, "deletions"));
+// A section holding the grid as a table: one <tr class="row_class"> per
+// row, the row's symbols listed in its first cell.
+std::string html_table(const Grid& grid, std::string_view row_class, std::string_view empty) {
+  std::string out = "<table><thead><tr>";
+  for (const Column& column : grid.columns) {
+    out += fmt::format("<th{}>{}</th>", column.align == Align::kRight ? " class=\"num\"" : "",
+                       column.title);
+  }
+  out += "</tr></thead><tbody>";
+  for (const Grid::Line& line : grid.lines) {
+    out += fmt::format("<tr class=\"{}\">", row_class);
+    for (std::size_t i = 0; i < line.cells.size(); ++i) {
+      out += html_cell(line.cells[i]);
+      if (i == 0 && !line.details.empty()) {
+        out += "<ul class=\"symbols\">";
+        for (const std::string& detail : line.details) out += "<li>" + html_text(detail) + "</li>";
+        out += "</ul>";
+      }
+      out += "</td>";
+    }
+    out += "</tr>";
+  }
+  if (grid.lines.empty()) {
+    out += fmt::format("<tr><td colspan=\"{}\" class=\"empty\">{}</td></tr>", grid.columns.size(),
+                       empty);
+  }
+  return out + "</tbody></table>";
 }
 
 std::string file_table(const ReportContent& content) {
-  const Json& rows = content.files.at("hotspots");
-  std::string out =
-      "<section id=\"files\"><h2>File hotspots</h2><p class=\"note\">The files changed in the "
-      "most commits, then the most lines; risk is a file's commits against the busiest "
-      "file's.</p><table><thead><tr><th>File</th><th class=\"num\">Commits</th><th "
-      "class=\"num\">Added</th><th class=\"num\">Deleted</th><th>Component</th><th>Risk</th>"
-      "</tr></thead><tbody>";
-  std::size_t shown = 0;
-  for (const Json& row : rows) {
-    if (shown++ == static_cast<std::size_t>(kTableFiles)) break;
-    out += fmt::format(
-        "<tr class=\"hotspot\"><td class=\"name\">{}</td><td "
-        "class=\"num\">{}</td>{}<td>{}</td>{}</tr>",
-        field(row, "name"), integer(row, "commits"), lines_cells(row), field(row, "component"),
-        risk_cell(row));
-  }
-  if (rows.empty()) out += "<tr><td colspan=\"6\" class=\"empty\">No files.</td></tr>";
-  return out + "</tbody></table></section>";
+  const auto& rows = file_rows(content);
+  const auto shown = std::span(rows).first(std::min<std::size_t>(rows.size(), kTableFiles));
+  return "<section id=\"files\"><h2>File hotspots</h2><p class=\"note\">The files changed in the "
+         "most commits, then the most lines; risk is a file's commits against the busiest "
+         "file's.</p>" +
+         html_table(make_grid(file_hotspot_columns(), shown), "hotspot", "No files.") +
+         "</section>";
 }
 
 std::string component_table(const ReportContent& content) {
-  const Json& rows = content.components.at("hotspots");
-  std::string out =
-      "<section id=\"components\"><h2>Component hotspots</h2><table><thead><tr><th>Component</th>"
-      "<th class=\"num\">Commits</th><th class=\"num\">Added</th><th class=\"num\">Deleted</th>"
-      "<th class=\"num\">Files</th><th>Risk</th></tr></thead><tbody>";
-  for (const Json& row : rows) {
-    out += fmt::format(
-        "<tr class=\"component\"><td class=\"name\">{}</td><td class=\"num\">{}</td>{}"
-        "<td class=\"num\">{}</td>{}</tr>",
-        field(row, "name"), integer(row, "commits"), lines_cells(row), integer(row, "files"),
-        risk_cell(row));
-  }
-  if (rows.empty()) out += "<tr><td colspan=\"6\" class=\"empty\">No components.</td></tr>";
-  return out + "</tbody></table></section>";
-}
-
-std::string symbols_html(const Json& row) {
-  const auto symbols = row.find("symbols");
-  if (symbols == row.end() || !symbols->is_array() || symbols->empty()) return "";
-  std::string out = "<ul class=\"symbols\">";
-  for (const Json& symbol : *symbols) {
-    out += fmt::format("<li>{} <b>{}</b> (lines {}-{})</li>", field(symbol, "kind"),
-                       field(symbol, "name"), field(symbol, "line"), field(symbol, "end_line"));
-  }
-  return out + "</ul>";
+  return "<section id=\"components\"><h2>Component hotspots</h2><p class=\"note\">A "
+         "component's commits add up its files' commits, so a commit that changed three of its "
+         "files counts three times, and it can exceed the commits read; risk is a component's "
+         "commits against the busiest component's.</p>" +
+         html_table(make_grid(component_hotspot_columns(), std::span(component_rows(content))),
+                    "component", "No components.") +
+         "</section>";
 }
 
 std::string recent_table(const ReportContent& content) {
-  const Json& rows = content.recent.at("files");
-  std::string out = fmt::format(
-      "<section id=\"recent\"><h2>Recent changes</h2><p class=\"note\">The latest {} of {} "
-      "changed files{}.</p><table><thead><tr><th>File</th><th>Status</th><th "
-      "class=\"num\">Commits</th><th class=\"num\">Added</th><th class=\"num\">Deleted</th>"
-      "<th>Last change (UTC)</th></tr></thead><tbody>",
-      rows.size(), integer(content.recent, "total_count"),
-      content.index_used ? ", with the symbols on their changed lines" : "");
-  for (const Json& row : rows) {
-    const std::string status = field(row, "status");
-    const std::string old_path =
-        row.contains("old_path") ? "<div class=\"old\">from " + field(row, "old_path") + "</div>"
-                                 : "";
-    std::string when = field(row, "last_changed");
-    if (when.size() >= 16) when = when.substr(0, 10) + " " + when.substr(11, 5);
-    out += fmt::format(
-        "<tr class=\"change\"><td class=\"name\">{}{}{}</td><td><span class=\"status {}\">{}</span>"
-        "</td><td class=\"num\">{}</td>{}<td class=\"num\">{}</td></tr>",
-        field(row, "path"), old_path, symbols_html(row), status, status, integer(row, "commits"),
-        lines_cells(row), when);
-  }
-  if (rows.empty()) out += "<tr><td colspan=\"6\" class=\"empty\">No changes.</td></tr>";
-  return out + "</tbody></table></section>";
+  const git_history::RecentChangesAnswer& recent = content.recent;
+  return fmt::format(
+             "<section id=\"recent\"><h2>Recent changes</h2><p class=\"note\">The latest {} of {} "
+             "changed files{}; times are UTC.</p>",
+             recent.files.size(), recent.page.total_count,
+             content.index_used ? ", with the symbols on their changed lines" : "") +
+         html_table(make_grid(history_columns(), std::span(recent.files)), "change",
+                    "No changes.") +
+         "</section>";
 }
 
 std::string map_section(const ReportContent& content) {
-  const std::int64_t total = integer(content.files, "total_count");
-  const std::size_t shown = content.files.at("hotspots").size();
+  const std::int64_t total = content.files.page.total_count;
+  const std::size_t shown = file_rows(content).size();
   if (shown == 0) {
     return "<section id=\"map\"><h2>Hotspot map</h2><p class=\"empty\">No file that the "
            "period changed is still there.</p></section>";
@@ -212,9 +211,10 @@ std::string map_section(const ReportContent& content) {
                                 : "";
   return fmt::format(
       "<section id=\"map\"><h2>Hotspot map</h2><p class=\"note\">Each region is a component "
-      "and each box a file in it, sized by the lines the period changed and coloured by risk. "
-      "Hover over a file for its numbers.{}</p>{}{}</section>",
-      scope, hotspot_map_svg(content), hotspot_legend_html());
+      "and each box a file in it, sized by the lines the period changed and coloured by risk: "
+      "its commits against the busiest file's. The hottest files are numbered where their "
+      "name does not fit. Hover over a box for its numbers.{}</p>{}{}{}</section>",
+      scope, hotspot_map_svg(content), hotspot_legend_html(), hottest_key_html(content));
 }
 
 }  // namespace
@@ -226,7 +226,7 @@ std::string report_html(const ReportContent& content) {
       "<meta http-equiv=\"Content-Security-Policy\" content=\"{}\">"
       "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">"
       "<title>{} hotspots since {}</title><style>{}</style></head><body><main>",
-      kPolicy, html_text(name), field(content.files, "since"), kStyle);
+      kPolicy, html_text(name), html_text(content.files.period.since), kStyle);
   page += header_html(content);
   page += map_section(content);
   page += "<section id=\"weeks\"><h2>Commits per week</h2>" + weekly_chart_svg(content.weeks) +

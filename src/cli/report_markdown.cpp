@@ -1,86 +1,68 @@
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <filesystem>
+#include <span>
 
+#include "cli/columns.h"
 #include "cli/markup_text.h"
 #include "cli/report.h"
 #include "cli/report_charts.h"
+#include "cli/time_text.h"
 
 namespace lomarind::cli {
 
 namespace {
 
-// A cell's text; an absent value is an empty cell.
-std::string cell(const Json& row, const char* key) {
-  const auto it = row.find(key);
-  if (it == row.end() || it->is_null()) return "";
-  return markdown_text(it->is_string() ? it->get<std::string>() : it->dump());
+std::string markdown_cell(const CellValue& value) {
+  if (value.kind == CellKind::kTime) return date_minute_text(value.time);
+  std::string text = value.text ? markdown_text(*value.text) : "";
+  if (value.old_name) text += " (from " + markdown_text(*value.old_name) + ")";
+  return text;
 }
 
-std::string risk(const Json& row) { return fmt::format("{:.2f}", row.value("risk_score", 0.0)); }
+// The grid as a GitHub-flavoured table under a "## title"; the rows'
+// symbols, when they carry any, in a last column.
+std::string markdown_table(std::string_view title, const Grid& grid) {
+  std::string head = fmt::format("\n## {}\n\n|", title);
+  std::string rule = "|";
+  for (const Column& column : grid.columns) {
+    head += " " + column.title + " |";
+    rule += column.align == Align::kRight ? "--:|" : "---|";
+  }
+  if (grid.has_details) {
+    head += " Symbols |";
+    rule += "---|";
+  }
+  std::string out = head + "\n" + rule + "\n";
+  for (const Grid::Line& line : grid.lines) {
+    out += "|";
+    for (const CellValue& value : line.cells) out += " " + markdown_cell(value) + " |";
+    if (grid.has_details) {
+      std::string symbols;
+      for (const std::string& detail : line.details) {
+        symbols += (symbols.empty() ? "" : "; ") + markdown_text(detail);
+      }
+      out += " " + symbols + " |";
+    }
+    out += "\n";
+  }
+  return out;
+}
 
 std::string header_md(const ReportContent& content) {
-  const Json& answer = content.files;
+  const git_history::PeriodFields& period = content.files.period;
   const std::string name = std::filesystem::path(content.repository).filename().string();
-  const bool cut = answer.contains("commit_limit_reached");
   std::string out = fmt::format("# Hotspots of {}\n\n| | |\n|---|---|\n", markdown_text(name));
   out += fmt::format("| Repository | {} |\n", markdown_text(content.repository));
-  out += fmt::format("| Branch | {} |\n", cell(answer, "branch"));
-  out += fmt::format("| Period | since {} ({} to {}) |\n", cell(answer, "since"),
+  out += fmt::format("| Branch | {} |\n", markdown_text(period.branch));
+  out += fmt::format("| Period | since {} ({} to {}) |\n", markdown_text(period.since),
                      date_text(content.period_start), date_text(content.generated));
-  out += fmt::format("| Commits read | {} |\n", cell(answer, "commit_count"));
-  out += fmt::format("| Commit limit | {} |\n",
-                     cut ? "reached: older commits are left out" : "not reached");
+  out += fmt::format("| Commits read | {} |\n", period.commit_count);
+  out += fmt::format("| Commit limit | {} |\n", period.commit_limit_reached
+                                                    ? "reached: older commits are left out"
+                                                    : "not reached");
   out += fmt::format("| Index | {} |\n", content.index_used ? "used" : "none");
-  return out;
-}
-
-std::string files_md(const ReportContent& content) {
-  std::string out =
-      "\n## File hotspots\n\n| File | Commits | Added | Deleted | Component | Risk |\n"
-      "|---|--:|--:|--:|---|--:|\n";
-  std::int64_t shown = 0;
-  for (const Json& row : content.files.at("hotspots")) {
-    if (shown++ == kTableFiles) break;
-    out += fmt::format("| {} | {} | {} | {} | {} | {} |\n", cell(row, "name"), cell(row, "commits"),
-                       cell(row, "additions"), cell(row, "deletions"), cell(row, "component"),
-                       risk(row));
-  }
-  return out;
-}
-
-std::string components_md(const ReportContent& content) {
-  std::string out =
-      "\n## Component hotspots\n\n| Component | Commits | Added | Deleted | Files | Risk |\n"
-      "|---|--:|--:|--:|--:|--:|\n";
-  for (const Json& row : content.components.at("hotspots")) {
-    out +=
-        fmt::format("| {} | {} | {} | {} | {} | {} |\n", cell(row, "name"), cell(row, "commits"),
-                    cell(row, "additions"), cell(row, "deletions"), cell(row, "files"), risk(row));
-  }
-  return out;
-}
-
-std::string symbols_md(const Json& row) {
-  std::string out;
-  for (const Json& symbol : row.value("symbols", Json::array())) {
-    if (!out.empty()) out += "; ";
-    out += fmt::format("{} {} ({}-{})", cell(symbol, "kind"), cell(symbol, "name"),
-                       cell(symbol, "line"), cell(symbol, "end_line"));
-  }
-  return out;
-}
-
-std::string recent_md(const ReportContent& content) {
-  std::string out =
-      "\n## Recent changes\n\n| File | Status | Old path | Commits | Added | Deleted | "
-      "Last change | Symbols |\n|---|---|---|--:|--:|--:|---|---|\n";
-  for (const Json& row : content.recent.at("files")) {
-    out += fmt::format("| {} | {} | {} | {} | {} | {} | {} | {} |\n", cell(row, "path"),
-                       cell(row, "status"), cell(row, "old_path"), cell(row, "commits"),
-                       cell(row, "additions"), cell(row, "deletions"), cell(row, "last_changed"),
-                       symbols_md(row));
-  }
   return out;
 }
 
@@ -95,7 +77,14 @@ std::string weeks_md(const ReportContent& content) {
 }  // namespace
 
 std::string report_markdown(const ReportContent& content) {
-  return header_md(content) + files_md(content) + components_md(content) + recent_md(content) +
+  const auto& files = file_rows(content);
+  const auto shown = std::span(files).first(std::min<std::size_t>(files.size(), kTableFiles));
+  return header_md(content) +
+         markdown_table("File hotspots", make_grid(file_hotspot_columns(), shown)) +
+         markdown_table("Component hotspots", make_grid(component_hotspot_columns(),
+                                                        std::span(component_rows(content)))) +
+         markdown_table("Recent changes (UTC)",
+                        make_grid(history_columns(), std::span(content.recent.files))) +
          weeks_md(content);
 }
 

@@ -4,7 +4,6 @@
 #include <system_error>
 #include <vector>
 
-#include "cli/answer_text.h"
 #include "cli/display_text.h"
 #include "lomarind/storage/indexer.h"
 
@@ -83,20 +82,41 @@ RepositoryLocation locate_repository(const git_utils::GitRunner& git,
   return location;
 }
 
-repository_changes::IndexDb open_query_index(const RepositoryLocation& location,
+namespace {
+
+std::string index_command(const RepositoryLocation& location) {
+  return location.index_given
+             ? "lomarind index --index " + terminal_text(location.index_file.string())
+             : "lomarind index";
+}
+
+}  // namespace
+
+repository_changes::IndexDb open_query_index(const RepositoryLocation& location, bool needed,
                                              std::ostream& err) {
   std::error_code error;
   const fs::file_status status = fs::symlink_status(location.index_file, error);
   if (status.type() != fs::file_type::not_found) {
     return repository_changes::IndexDb::open_for_queries(location.index_file);
   }
-  const std::string file = terminal_text(location.index_file.string());
-  const std::string build =
-      location.index_given ? "lomarind index --index " + file : "lomarind index";
-  err << "lomarind: no index at " << file
-      << ", so languages, components and symbols are unknown; run \"" << build
-      << "\" to build one\n";
+  if (needed) {
+    err << "lomarind: no index at " << terminal_text(location.index_file.string())
+        << ", so languages, components and symbols are unknown; run \"" << index_command(location)
+        << "\" to build one\n";
+  }
   return repository_changes::IndexDb();
+}
+
+void warn_if_index_of_another_commit(const RepositoryLocation& location,
+                                     const repository_changes::IndexDb& db,
+                                     const std::string& commit, const std::string& name,
+                                     std::ostream& err) {
+  const std::optional<std::string> indexed = db.indexed_commit();
+  if (!indexed || *indexed == commit) return;
+  err << "lomarind: the index holds commit " << terminal_text(indexed->substr(0, 12)) << ", not "
+      << terminal_text(name) << " (" << terminal_text(commit.substr(0, 12))
+      << "), so symbols may be missing or misplaced; run \"" << index_command(location)
+      << "\" with it checked out to update it\n";
 }
 
 }  // namespace lomarind::cli

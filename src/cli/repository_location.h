@@ -23,9 +23,18 @@ struct RepositoryLocation {
 // run.
 RepositoryLocation locate_repository(const git_utils::GitRunner& git, const GlobalOptions& options);
 
-// The index for queries. A missing file is an empty index; that is said
-// once on `err`, with how to build one. Throws IndexError for a file that
-// is not a lomarind index.
-repository_changes::IndexDb open_query_index(const RepositoryLocation& location, std::ostream& err);
+// The index for queries. A missing file is an empty index; when the answer
+// would have used it (`needed`), that is said once on `err`, with how to
+// build one. Throws IndexError for a file that is not a lomarind index.
+repository_changes::IndexDb open_query_index(const RepositoryLocation& location, bool needed,
+                                             std::ostream& err);
+
+// Says once on `err` when `db` holds the tree of another commit than
+// `commit` (what `name` resolved to), whose changed lines the answer's
+// symbols are looked up on: they may then be missing or misplaced.
+void warn_if_index_of_another_commit(const RepositoryLocation& location,
+                                     const repository_changes::IndexDb& db,
+                                     const std::string& commit, const std::string& name,
+                                     std::ostream& err);
 
 }  // namespace lomarind::cli

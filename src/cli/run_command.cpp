@@ -24,23 +24,59 @@ HistorySession::Options session_options(const CommandLine& line, const Terminal&
   return {.now = terminal.render.now, .commit_cache = !line.global.no_cache, .stop = &stop};
 }
 
+// What an answer takes from the index: facts (languages, components),
+// and symbols on the changed lines of `head` (absent: what is checked out).
+struct IndexUse {
+  bool facts = false;
+  bool symbols = false;
+  std::optional<std::string> head{};
+};
+
+IndexUse index_use(const RecentArgs& args) {
+  const auto& q = args.question;
+  return {q.include_symbols || q.source_only, q.include_symbols, q.branch};
+}
+IndexUse index_use(const HotspotsArgs&) { return {.facts = true}; }
+IndexUse index_use(const DiffArgs& args) {
+  const auto& q = args.question;
+  return {q.include_symbols || q.source_only, q.include_symbols, q.head_branch};
+}
+
+// Says when the symbols would come from an index of another commit than
+// the one the answer reads. A name that does not resolve here is left to
+// the answer, which says what is wrong with it.
+void check_index_commit(const HistorySession& session, const RepositoryLocation& location,
+                        const IndexUse& use, std::ostream& err) {
+  const repository_changes::IndexDb& db = session.query().repository.db;
+  if (!use.symbols || db.empty()) return;
+  const std::string name = use.head.value_or("HEAD");
+  const std::optional<std::string> commit =
+      session.production().neighbours().git.resolve_commit(location.root, name);
+  if (commit) warn_if_index_of_another_commit(location, db, *commit, name, err);
+}
+
 template <typename Args>
 int run_history(const CommandLine& line, const Args& args, const Terminal& terminal,
                 const LogSink& sink, const std::atomic<bool>& stop,
                 int (*command)(const HistoryQuery&, const Args&, const Terminal&)) {
   const RepositoryLocation location = locate_repository(stopping_git(stop), line.global);
-  HistorySession session(location.root, open_query_index(location, terminal.err),
+  const IndexUse use = index_use(args);
+  HistorySession session(location.root, open_query_index(location, use.facts, terminal.err),
                          session_options(line, terminal, stop), sink);
+  check_index_commit(session, location, use, terminal.err);
   return command(session.query(), args, terminal);
 }
 
 int run_report_command(const CommandLine& line, const ReportArgs& args, const Terminal& terminal,
                        const LogSink& sink, const std::atomic<bool>& stop) {
+  const ReportFormat format = report_format(args);
   const RepositoryLocation location = locate_repository(stopping_git(stop), line.global);
-  repository_changes::IndexDb db = open_query_index(location, terminal.err);
+  repository_changes::IndexDb db = open_query_index(location, true, terminal.err);
   const bool index_used = !db.empty();
   HistorySession session(location.root, std::move(db), session_options(line, terminal, stop), sink);
-  return run_report(session, args, index_used, terminal);
+  check_index_commit(session, location, {.facts = true, .symbols = true, .head = args.branch},
+                     terminal.err);
+  return run_report(session, args, format, index_used, terminal);
 }
 
 // The text of the failure `failure` and of each cause it was raised from,

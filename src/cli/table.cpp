@@ -69,16 +69,33 @@ std::string Table::render_line(const std::vector<Cell>& cells,
   return line + '\n';
 }
 
-std::string Table::render(bool colour) const {
-  const std::vector<std::size_t> column_widths = widths();
+std::size_t Table::first_width(const std::vector<std::size_t>& widths, std::size_t width) const {
+  constexpr std::size_t kNarrowest = 12;  // still enough to tell paths apart
+  std::size_t others = 0;
+  for (std::size_t i = 1; i < widths.size(); ++i) others += kColumnGap.size() + widths[i];
+  if (width == 0 || widths[0] + others <= width) return widths[0];
+  const std::size_t room = width > others ? width - others : 0;
+  return std::max({std::min(widths[0], kNarrowest), room, display_width(columns_[0].title)});
+}
+
+std::string Table::render(bool colour, std::size_t width) const {
+  std::vector<std::size_t> column_widths = widths();
+  column_widths[0] = first_width(column_widths, width);
+  const auto fit = [&](const std::string& text, std::size_t columns) {
+    return width == 0 ? text : shortened_middle(text, columns);
+  };
   std::vector<Cell> header;
   for (const Column& column : columns_) header.push_back(Cell{column.title, Style::kBold});
   std::string out = render_line(header, column_widths, colour);
   for (const Row& row : rows_) {
-    out += render_line(row.cells, column_widths, colour);
+    std::vector<Cell> cells = row.cells;
+    cells[0].text = fit(cells[0].text, column_widths[0]);
+    out += render_line(cells, column_widths, colour);
     for (const std::string& detail : row.details) {
       out += kDetailIndent;
-      out += styled(detail, Style::kDim, colour);
+      out += styled(fit(detail, std::max<std::size_t>(width, kDetailIndent.size() + 1) -
+                                    kDetailIndent.size()),
+                    Style::kDim, colour);
       out += '\n';
     }
   }

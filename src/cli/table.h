@@ -34,7 +34,10 @@ class Table {
 
   // The table, one line per row, each ending in a newline. The last column
   // is not padded. Colour adds ANSI escapes around styled cells and the header.
-  std::string render(bool colour) const;
+  // With a `width` (a terminal's columns), the first column's cells are
+  // shortened in the middle, and detail lines likewise, until each line
+  // fits, as far as the other columns leave room; 0 never cuts.
+  std::string render(bool colour, std::size_t width = 0) const;
 
  private:
   struct Row {
@@ -43,6 +46,8 @@ class Table {
   };
 
   std::vector<std::size_t> widths() const;
+  // The first column's width once the table fits in `width` columns.
+  std::size_t first_width(const std::vector<std::size_t>& widths, std::size_t width) const;
   std::string render_line(const std::vector<Cell>& cells, const std::vector<std::size_t>& widths,
                           bool colour) const;
 

@@ -11,7 +11,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "cli/answer_text.h"
+#include "cli/display_text.h"
 #include "lomarind/utils/blocked_signals.h"
 
 namespace lomarind::cli {
@@ -31,22 +31,22 @@ namespace fs = std::filesystem;
 
 // A new file beside `path`, created exclusively so that nothing else's file
 // is ever opened; hidden, so a folder listing does not show it meanwhile.
-int create_temporary(const fs::path& path, fs::path& temporary) {
+int create_temporary(const FileEnv& env, const fs::path& path, fs::path& temporary) {
   std::random_device seed;
   for (int attempt = 0; attempt < 100; ++attempt) {
     temporary =
         path.parent_path() / fmt::format(".{}.{:08x}.tmp", path.filename().string(), seed());
     const int fd =
-        ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0666);
+        env.open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0666);
     if (fd >= 0 || errno != EEXIST) return fd;
   }
   errno = EEXIST;
   return -1;
 }
 
-bool write_all(int fd, std::string_view content) {
+bool write_all(const FileEnv& env, int fd, std::string_view content) {
   while (!content.empty()) {
-    const ssize_t written = ::write(fd, content.data(), content.size());
+    const ssize_t written = env.write(fd, content.data(), content.size());
     if (written < 0 && errno == EINTR) continue;
     if (written <= 0) return false;
     content.remove_prefix(static_cast<std::size_t>(written));
@@ -56,10 +56,10 @@ bool write_all(int fd, std::string_view content) {
 
 }  // namespace
 
-void write_whole_file(const fs::path& path, std::string_view content) {
+void write_whole_file(const fs::path& path, std::string_view content, const FileEnv& env) {
   const fs::path target = path.has_parent_path() ? path : fs::path(".") / path;
   struct stat existing {};
-  const bool exists = ::lstat(target.c_str(), &existing) == 0;
+  const bool exists = env.lstat(target.c_str(), &existing) == 0;
   if (exists && S_ISDIR(existing.st_mode)) fail(path, "it is a folder; pass a file name");
   if (exists && S_ISLNK(existing.st_mode)) {
     fail(path, "it is a symbolic link; pass the file it points to");
@@ -70,22 +70,22 @@ void write_whole_file(const fs::path& path, std::string_view content) {
   // it is renamed or removed: nothing is left beside the output.
   const BlockedSignals held;
   fs::path temporary;
-  const int fd = create_temporary(target, temporary);
+  const int fd = create_temporary(env, target, temporary);
   if (fd < 0) fail_errno(path, errno);
   // A replaced file keeps who may read it.
-  bool ok = !exists || ::fchmod(fd, existing.st_mode & 07777) == 0;
-  ok = ok && write_all(fd, content) && ::fsync(fd) == 0;
+  bool ok = !exists || env.fchmod(fd, existing.st_mode & 07777) == 0;
+  ok = ok && write_all(env, fd, content) && env.fsync(fd) == 0;
   int error = errno;
-  if (::close(fd) != 0 && ok) {
+  if (env.close(fd) != 0 && ok) {
     ok = false;
     error = errno;
   }
-  if (ok && ::rename(temporary.c_str(), target.c_str()) != 0) {
+  if (ok && env.rename(temporary.c_str(), target.c_str()) != 0) {
     ok = false;
     error = errno;
   }
   if (!ok) {
-    ::unlink(temporary.c_str());
+    env.unlink(temporary.c_str());
     fail_errno(path, error);
   }
 }

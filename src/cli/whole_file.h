@@ -4,6 +4,8 @@
 #include <filesystem>
 #include <string_view>
 
+#include "lomarind/utils/file_env.h"
+
 namespace lomarind::cli {
 
 // Writes `content` to `path` through a new temporary file in the same
@@ -13,6 +15,7 @@ namespace lomarind::cli {
 // temporary file is gone. Throws std::runtime_error, saying what to
 // pass instead, for a folder, a symbolic link or a place that cannot be
 // written; nothing is left behind then.
-void write_whole_file(const std::filesystem::path& path, std::string_view content);
+void write_whole_file(const std::filesystem::path& path, std::string_view content,
+                      const FileEnv& env = posix_file_env());
 
 }  // namespace lomarind::cli

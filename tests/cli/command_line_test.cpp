@@ -68,13 +68,12 @@ TEST(CommandLineTest, GlobalOptionsGoBeforeOrAfterTheCommand) {
 
 TEST(CommandLineTest, UsageErrorsExitTwoAndHelpExitsZero) {
   const std::vector<std::vector<std::string>> errors = {
-      {},
       {"hotspots", "--branch", "main"},
       {"recent", "--since", "1w", "--limit", "many"},
       {"recent", "--since", "1w", "--group-by", "file"},
       {"index", "extra"},
       {"report", "--since", "1w", "--format", "pdf"},
-      {"--repo", "a", "diff", "--repo", "b"},
+      {"help", "frobnicate"},
   };
   for (const auto& args : errors) {
     SCOPED_TRACE(testing::PrintToString(args));
@@ -84,14 +83,40 @@ TEST(CommandLineTest, UsageErrorsExitTwoAndHelpExitsZero) {
     EXPECT_EQ(parsed.out, "");
     EXPECT_TRUE(parsed.err.starts_with("lomarind: ")) << parsed.err;
   }
-  EXPECT_EQ(parse_command_line({"frobnicate"}).err,
-            "lomarind: unknown command 'frobnicate'; the commands are recent, hotspots, diff, "
-            "report and index\nlomarind: run 'lomarind --help' for usage\n");
-  const ParsedCommandLine help = parse_command_line({"recent", "--help"});
-  EXPECT_EQ(help.exit_code, kExitOk);
-  EXPECT_FALSE(help.command_line);
-  EXPECT_NE(help.out.find("--since"), std::string::npos);
+  const std::pair<std::vector<std::string>, std::string> messages[] = {
+      {{"frobnicate"},
+       "unknown command 'frobnicate'; the commands are recent, hotspots, diff, index and report"},
+      {{"hotspot"},
+       "unknown command 'hotspot'; did you mean 'hotspots'? The commands are recent, hotspots, "
+       "diff, index and report"},
+      {{"hotspots", "--sinc", "1y"}, "unknown option '--sinc'; did you mean '--since'?"},
+      {{"diff", "--bse=main"}, "unknown option '--bse'; did you mean '--base'?"},
+      {{"recent", "--since", "1w", "--frobnicate"}, "unknown option '--frobnicate'"},
+  };
+  for (const auto& [args, message] : messages) {
+    EXPECT_EQ(parse_command_line(args).err,
+              "lomarind: " + message + "\nlomarind: run 'lomarind help' for usage\n");
+  }
+  for (const std::vector<std::string>& args :
+       {std::vector<std::string>{"recent", "--help"}, std::vector<std::string>{"help", "recent"}}) {
+    const ParsedCommandLine help = parse_command_line(args);
+    EXPECT_EQ(help.exit_code, kExitOk);
+    EXPECT_FALSE(help.command_line);
+    EXPECT_NE(help.out.find("--since"), std::string::npos);
+  }
+  const ParsedCommandLine bare = parse_command_line({});
+  EXPECT_EQ(bare.exit_code, kExitUsage);
+  EXPECT_NE(bare.out.find("hotspots"), std::string::npos);
+  EXPECT_EQ(parse_command_line({"help"}).out, bare.out);
   EXPECT_TRUE(parse_command_line({"--version"}).out.starts_with("lomarind "));
+}
+
+TEST(CommandLineTest, TheLastOfARepeatedOptionWins) {
+  GlobalOptions global;
+  const RecentArgs recent = parse_ok<RecentArgs>(
+      {"--repo", "a", "recent", "--since", "1w", "--since", "2w", "--repo", "b"}, &global);
+  EXPECT_EQ(recent.question.since, "2w");
+  EXPECT_EQ(global.repo, "b");
 }
 
 }  // namespace

@@ -40,8 +40,8 @@ class LomarindProgramTest : public ::testing::Test {
     args.insert(args.begin(), LOMARIND_BINARY);
     return lomarind::testing::run_command(
         args, cwd.empty() ? repo_.root() : cwd,
-        {"HOME=" + home_.path().string(), "XDG_CONFIG_HOME=" + home_.path().string(),
-         "NO_COLOR=1", "GIT_CONFIG_NOSYSTEM=1"});
+        {"HOME=" + home_.path().string(), "XDG_CONFIG_HOME=" + home_.path().string(), "NO_COLOR=1",
+         "GIT_CONFIG_NOSYSTEM=1"});
   }
 
   Json answer(const std::vector<std::string>& args, std::filesystem::path cwd = {}) const {
@@ -128,9 +128,10 @@ TEST_F(LomarindProgramTest, RepoMayBeAnyFolderInsideAWorkTree) {
   EXPECT_EQ(Json::parse(result.out)["total_count"], 3);
 }
 
-TEST_F(LomarindProgramTest, MissingIndexIsSaidOnceAndIndexCommandBuildsIt) {
+TEST_F(LomarindProgramTest, MissingIndexIsSaidOnceWhereUsedAndAnIndexOfAnotherCommitIsSaid) {
   const std::vector<std::string> components = {"hotspots",   "--since",   "2023-01-01",
                                                "--group-by", "component", "--json"};
+  EXPECT_EQ(lomarind({"diff", "--base", "HEAD~1"}).err, "");  // no index needed
   const CommandResult before = lomarind(components);
   ASSERT_EQ(before.status, 0) << before.err;
   const std::string index = (repo_.root() / ".git" / "lomarind" / "index.db").string();
@@ -145,6 +146,14 @@ TEST_F(LomarindProgramTest, MissingIndexIsSaidOnceAndIndexCommandBuildsIt) {
   const CommandResult after = lomarind(components);
   EXPECT_EQ(after.err, "");
   EXPECT_EQ(Json::parse(after.out)["hotspots"][0]["name"], "src");
+  EXPECT_EQ(lomarind({"diff", "--base", "HEAD~1", "--symbols"}).err, "");
+
+  repo_.write("README.md", "hello again\n");
+  repo_.commit("fourth", kStart + 3 * kDay);
+  const CommandResult stale = lomarind({"diff", "--base", "HEAD~1", "--symbols"});
+  EXPECT_EQ(stale.status, 0);
+  EXPECT_TRUE(stale.err.starts_with("lomarind: the index holds commit ")) << stale.err;
+  EXPECT_NE(stale.err.find(", not HEAD ("), std::string::npos) << stale.err;
 
   const CommandResult bad = lomarind({"diff", "--index", (repo_.root() / "README.md").string()});
   EXPECT_EQ(bad.status, 1);
@@ -197,7 +206,26 @@ TEST_F(LomarindProgramTest, CommitsPastYear9999AreDatedNotRefused) {
   EXPECT_EQ(recent["files"][0]["last_changed"], "+11476-08-15T05:20:00+00:00");
   const CommandResult table = lomarind({"recent", "--since", "2023-01-01"});
   EXPECT_EQ(table.status, 0) << table.err;
-  EXPECT_NE(table.out.find("+11476-08-15T05:20:00+00:00"), std::string::npos) << table.out;
+  EXPECT_NE(table.out.find("+11476-08-15 05:20"), std::string::npos) << table.out;
+}
+
+TEST_F(LomarindProgramTest, ReportFormatFollowsTheOutputAndDashIsStdout) {
+  const CommandResult to_stdout = lomarind({"report", "--since", "2023-01-01", "--output", "-"});
+  EXPECT_EQ(to_stdout.status, 0) << to_stdout.err;
+  EXPECT_TRUE(to_stdout.out.starts_with("<!DOCTYPE html>"));
+  EXPECT_FALSE(std::filesystem::exists(repo_.root() / "-"));
+
+  const CommandResult wiki = lomarind({"report", "--since", "2023-01-01", "--output", "wiki.md"});
+  EXPECT_EQ(wiki.status, 0) << wiki.err;
+  EXPECT_EQ(lomarind::testing::read_file(repo_.root() / "wiki.md").rfind("# Hotspots of ", 0), 0u);
+
+  const CommandResult mismatch = lomarind(
+      {"report", "--since", "2023-01-01", "--format", "markdown", "--output", "page.html"});
+  EXPECT_EQ(mismatch.status, 1);
+  EXPECT_EQ(mismatch.err,
+            "lomarind: --output 'page.html' is named as an HTML page but --format is markdown; "
+            "name the file .md or leave --format out\n");
+  EXPECT_FALSE(std::filesystem::exists(repo_.root() / "page.html"));
 }
 
 }  // namespace

@@ -30,7 +30,7 @@ HOSTILE = [b'<img src=x onerror=alert(1)>.c', b'"><script>alert(1)<', b"a|b*c*_d
 PAGE_TAGS = {"html", "head", "meta", "title", "style", "body", "main", "header", "h1", "h2",
              "span", "p", "dl", "div", "dt", "dd", "small", "section", "svg", "g", "rect",
              "text", "clippath", "line", "table", "thead", "tbody", "tr", "th", "td", "ul",
-             "li", "b", "footer"}
+             "li", "b", "footer", "ol"}
 
 
 def run(args, cwd, **kwargs):
@@ -157,8 +157,8 @@ def test_page_in_a_browser_shows_every_hotspot_and_no_name_as_markup(repo):
     assert f"Branch{files['branch']}" in header
     rows = [[td.text() for td in tr.find("td")]
             for tr in next(dom.find(id_="files")).find("tr", cls="hotspot")]
-    assert rows == [[shown(r["name"]), str(r["commits"]), f"+{r['additions']}",
-                     f"-{r['deletions']}", r.get("component") or "-",
+    assert rows == [[shown(r["name"]), str(r["commits"]), signed(r["additions"], "+"),
+                     signed(r["deletions"], "-"), r.get("component") or "-",
                      f"{r['risk_score']:.2f}"] for r in files["hotspots"]]
     assert len(rows) > len(HOSTILE)
     regions = [next(g.find("title")).text().split(":")[0]
@@ -168,6 +168,11 @@ def test_page_in_a_browser_shows_every_hotspot_and_no_name_as_markup(repo):
     assert len(boxes) == len(files["hotspots"])
     assert all(next(box.find("title")).text().split("\n")[0] in {shown(r["name"]) for r in files["hotspots"]}
                for box in boxes)
+
+
+def signed(count, sign):
+    """A line count as the tables show it: signed, but zero bare."""
+    return f"{sign}{count}" if count else "0"
 
 
 def markdown_tables(text):
@@ -192,15 +197,16 @@ def test_markdown_tables_read_back_as_the_json_answers(repo, tmp_path):
     recent = answer(repo, "recent", "--since", SINCE, "--limit", "30", "--symbols")["files"]
 
     assert tables["File hotspots"] == [
-        [shown(r["name"]), str(r["commits"]), str(r["additions"]), str(r["deletions"]),
+        [shown(r["name"]), str(r["commits"]), signed(r["additions"], "+"), signed(r["deletions"], "-"),
          r.get("component") or "", f"{r['risk_score']:.2f}"] for r in files]
     assert tables["Component hotspots"] == [
-        [r["name"], str(r["commits"]), str(r["additions"]), str(r["deletions"]), str(r["files"]),
-         f"{r['risk_score']:.2f}"] for r in components]
-    assert tables["Recent changes"] == [
-        [shown(r["path"]), r["status"], r.get("old_path", ""), str(r["commits"]),
-         str(r["additions"]), str(r["deletions"]), r["last_changed"],
-         "; ".join(f"{s['kind']} {s['name']} ({s['line']}-{s['end_line']})"
+        [r["name"], str(r["commits"]), signed(r["additions"], "+"), signed(r["deletions"], "-"),
+         str(r["files"]), f"{r['risk_score']:.2f}"] for r in components]
+    assert tables["Recent changes (UTC)"] == [
+        [shown(r["path"]) + (f" (from {shown(r['old_path'])})" if "old_path" in r else ""),
+         r["status"], str(r["commits"]), signed(r["additions"], "+"), signed(r["deletions"], "-"),
+         r["last_changed"][:10] + " " + r["last_changed"][11:16],
+         "; ".join(f"{s['kind']} {s['name']} (lines {s['line']}-{s['end_line']})"
                    for s in r["symbols"])] for r in recent]
     assert any(r["symbols"] for r in recent) and any("old_path" in r for r in recent)
     assert sum(int(count) for _, count in tables["Commits per week"]) == 5

@@ -1,80 +1,116 @@
 #include <gtest/gtest.h>
 
-#include "cli/commands.h"
+#include "cli/answer_text.h"
 
 namespace lomarind::cli {
 namespace {
 
 using namespace std::chrono;
+namespace gh = git_history;
 
 const RenderOptions kPlain{.colour = false, .now = sys_days{2024y / May / 10}};
+constexpr std::int64_t kMay10 = 1715299200;  // 2024-05-10T00:00:00Z
 
-// An answer: `head` (a JSON object's text) with its rows and page fields.
-Json page(const char* head, const char* key, const char* rows, std::int64_t total,
-          std::int64_t offset, bool has_more) {
-  Json answer = Json::parse(head);
-  answer[key] = Json::parse(rows);
-  answer["total_count"] = total;
-  answer["truncated"] = has_more;
-  answer["has_more"] = has_more;
-  answer["offset"] = offset;
-  if (has_more) answer["next_offset"] = offset + static_cast<std::int64_t>(answer[key].size());
-  return answer;
+gh::PageFields page(std::int64_t total, std::int64_t offset, std::int64_t shown) {
+  const bool more = offset + shown < total;
+  return {.total_count = total,
+          .truncated = more,
+          .has_more = more,
+          .offset = offset,
+          .next_offset = more ? std::optional(offset + shown) : std::nullopt};
 }
 
-TEST(TablesTest, RecentShowsAgesRenamesSymbolsAndTheNextPage) {
-  const Json answer = page(
-      R"({"since": "2 weeks", "branch": "main", "commit_count": 3, "excluded_files": 0})", "files",
-      R"([{"path": "src/new.cc", "status": "renamed", "old_path": "src/old.cc", "additions": 4,
-           "deletions": 1, "commits": 2, "last_changed": "2024-05-07T00:00:00+00:00",
-           "symbols": [{"name": "run", "kind": "function", "fqn": "app::run", "line": 3,
-                        "end_line": 9}]},
-          {"path": "evil\u001b[2J.txt", "status": "added", "additions": 10, "deletions": 0,
-           "commits": 1, "last_changed": "2024-05-09T22:00:00+00:00"}])",
-      5, 0, true);
+TEST(TablesTest, RecentShowsAgesRenamesSymbolsFutureDatesAndTheNextPage) {
+  gh::RecentChangesAnswer answer{
+      .period = {.since = "2 weeks",
+                 .branch = "main",
+                 .commit_count = 1,
+                 .start = kMay10 - 14 * 86400},
+      .files = {{.change = {.path = "src/new.cc",
+                            .status = "renamed",
+                            .old_path = "src/old.cc",
+                            .additions = 4,
+                            .deletions = 1},
+                 .commits = 2,
+                 .last_changed = kMay10 - 3 * 86400,
+                 .symbols = std::vector<gh::SymbolRow>{{.name = "run",
+                                                        .kind = "function",
+                                                        .fqn = "app::run",
+                                                        .line = 3,
+                                                        .end_line = 9}}},
+                {.change = {.path = "evil\x1b[2J.txt", .status = "added", .additions = 10},
+                 .commits = 1,
+                 .last_changed = kMay10 + 86400 * 365}},
+  };
+  answer.page = page(5, 0, 2);
   EXPECT_EQ(recent_table(answer, kPlain),
-            "main since '2 weeks': 3 commits\n"
-            "PATH                      STATUS   COMMITS   LINES  LAST CHANGED\n"
-            "src/old.cc -> src/new.cc  renamed        2   +4 -1  3 days ago\n"
+            "main since '2 weeks' (2024-04-26): 1 commit\n"
+            "FILE                      STATUS   COMMITS  ADDED  DELETED  LAST CHANGE\n"
+            "src/old.cc -> src/new.cc  renamed        2     +4       -1  3 days ago\n"
             "    function run (lines 3-9)\n"
-            "evil\\x1b[2J.txt           added          1  +10 -0  2 hours ago\n"
+            "evil\\x1b[2J.txt           added          1    +10        0  2025-05-10 00:00\n"
             "Showing files 1-2 of 5; pass --offset 2 for the next page.\n");
 }
 
 TEST(TablesTest, HotspotsShowComponentsFilesCountAndRisk) {
-  const Json answer = page(
-      R"({"since": "1 year", "branch": "main", "commit_count": 9, "commit_limit_reached": true,
-          "group_by": "component", "excluded_files": 2})",
-      "hotspots",
-      R"([{"name": "src/app", "type": "component", "commits": 8, "additions": 30, "deletions": 2,
-           "files": 3, "risk_score": 1.0},
-          {"name": "unknown", "type": "component", "commits": 1, "additions": 1, "deletions": 0,
-           "files": 1, "risk_score": 0.12}])",
-      2, 0, false);
+  gh::HotspotsAnswer answer{
+      .period = {.since = "1 year",
+                 .branch = "main",
+                 .commit_count = 9,
+                 .commit_limit_reached = true,
+                 .start = kMay10 - 366 * 86400,
+                 .oldest = kMay10 - 30 * 86400},
+      .group_by = "component",
+      .excluded_files = 1,
+      .hotspots =
+          std::vector<gh::ComponentHotspot>{
+              {.name = "src/app",
+               .commits = 8,
+               .additions = 30,
+               .deletions = 2,
+               .files = 3,
+               .risk_score = 1.0},
+              {.name = "unknown", .commits = 1, .additions = 1, .files = 1, .risk_score = 0.12}},
+      .page = page(2, 0, 2)};
   EXPECT_EQ(hotspots_table(answer, kPlain),
-            "main since '1 year': 9 commits, by component (the commit limit; older commits are "
-            "left out); 2 files are not production source\n"
-            "NAME     TYPE       COMMITS   LINES  FILES  RISK\n"
-            "src/app  component        8  +30 -2      3  1.00\n"
-            "unknown  component        1   +1 -0      1  0.12\n"
+            "main since '1 year' (2023-05-10): 9 commits (the commit limit: commits before "
+            "2024-04-10 are left out), by component; 1 file is not production source\n"
+            "COMPONENT  COMMITS  ADDED  DELETED  FILES  RISK\n"
+            "src/app          8    +30       -2      3  1.00\n"
+            "unknown          1     +1        0      1  0.12\n"
             "Showing rows 1-2 of 2.\n");
 }
 
+TEST(TablesTest, OnANarrowTerminalPathsAreShortenedInTheMiddleAndPipedOutputIsWhole) {
+  gh::BranchDiffAnswer answer{.base_branch = "main", .head_branch = "topic"};
+  answer.files = {{.change = {.path = "src/runtime/scheduler/multi_thread/worker.rs",
+                              .status = "modified",
+                              .additions = 3,
+                              .deletions = 1}}};
+  answer.page = page(1, 0, 1);
+  RenderOptions narrow = kPlain;
+  narrow.width = 40;
+  EXPECT_EQ(diff_table(answer, narrow),
+            "topic against main: 0 commits\n"
+            "FILE            STATUS    ADDED  DELETED\n"
+            "src/ru\u2026rker.rs  modified     +3       -1\n"
+            "Showing files 1-1 of 1.\n");
+  EXPECT_NE(diff_table(answer, kPlain).find(answer.files[0].change.path), std::string::npos);
+}
+
 TEST(TablesTest, EmptyPagesSayWhyAndColourOnlyWhenAsked) {
-  const char* head =
-      R"({"base_branch": "main", "head_branch": "topic", "commit_count": 2, "excluded_files": 0})";
-  EXPECT_EQ(diff_table(page(head, "files", "[]", 4, 10, false), kPlain),
+  gh::BranchDiffAnswer answer{.base_branch = "main", .head_branch = "topic", .commit_count = 2};
+  answer.page = page(4, 10, 0);
+  EXPECT_EQ(diff_table(answer, kPlain),
             "topic against main: 2 commits\nNo files at offset 10; there are 4.\n");
-  Json same = page(head, "files", "[]", 0, 0, false);
-  same["head_branch"] = "main";
-  same["commit_count"] = 0;
-  same["note"] = "Already on base branch";
+  gh::BranchDiffAnswer same{
+      .base_branch = "main", .head_branch = "main", .note = "Already on base branch"};
   EXPECT_EQ(diff_table(same, kPlain),
             "main against main: 0 commits; Already on base branch\nNo files.\n");
 
-  const Json deleted =
-      page(head, "files", R"([{"path": "a", "status": "deleted", "additions": 0, "deletions": 3}])",
-           1, 0, false);
+  gh::BranchDiffAnswer deleted{.base_branch = "main", .head_branch = "topic"};
+  deleted.files = {{.change = {.path = "a", .status = "deleted", .deletions = 3}}};
+  deleted.page = page(1, 0, 1);
   EXPECT_EQ(diff_table(deleted, kPlain).find('\x1b'), std::string::npos);
   RenderOptions colour = kPlain;
   colour.colour = true;

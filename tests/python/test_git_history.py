@@ -47,6 +47,11 @@ def test_errors_chain_their_cause(repo, index, tmp_path, caplog):
     assert [r.getMessage() for r in caplog.records] == [str(failed.value)]
     with pytest.raises(repository_changes.IndexFileError):
         open_index(os.path.join(repo.root, "README.md"))
+    caplog.clear()
+    missing = os.path.join(str(tmp_path), "no", "index.db")
+    assert open_index(missing).empty
+    [warning] = caplog.records
+    assert warning.name == "lomarind.storage" and missing in warning.getMessage()
 
 
 def test_neighbours_are_looked_up_at_each_call(repo, index, monkeypatch):

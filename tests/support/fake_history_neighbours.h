@@ -118,11 +118,9 @@ class GitHistoryTest : public ::testing::Test {
   FakeGitReader git_;
   FakeChangeIndex index_;
   FakeSourceFilters filters_;
-  git_history::DefaultPaginationHint pagination_;
   RecordingLogSink sink_;
   Logger logger_{std::string(git_history::kLoggerName), sink_};
-  git_history::GitHistory history_{
-      git_history::Neighbours{git_, index_, filters_, pagination_, logger_}};
+  git_history::GitHistory history_{git_history::Neighbours{git_, index_, filters_, logger_}};
   repository_changes::IndexDb db_;
   repository_changes::Repository repository_{db_};
 };

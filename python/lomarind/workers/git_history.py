@@ -12,6 +12,7 @@ here, or on its own module, takes effect on the next call.
 """
 
 import logging
+import operator
 import sys
 from dataclasses import dataclass
 from typing import Optional, TypeVar
@@ -28,6 +29,9 @@ from lomarind.workers.retrieval import RETRIEVABLE_KINDS
 
 _core = _lomarind.git_history
 _this = sys.modules[__name__]
+# The package's own hint: while the module still holds it, the answers add
+# their hint in C++; a host's replacement is called here instead.
+_OWN_HINT = add_pagination_hint
 
 MAX_COMMITS = _core.MAX_COMMITS
 SYMBOLS_PER_ROW = _core.SYMBOLS_PER_ROW
@@ -94,17 +98,27 @@ def branch_changes(repo_root, base_branch, head_branch, *, head_parameter="head_
     return _core.branch_changes(_this, repo_root, base_branch, head_branch, head_parameter)
 
 
+def _hinted(key, ask):
+    """`ask(hint)`'s answer, with the module's add_pagination_hint applied here
+    when a host has replaced the package's own."""
+    own = add_pagination_hint is _OWN_HINT
+    result = ask(own)
+    return result if own else add_pagination_hint(result, len(result[key]))
+
+
 def recent_changes(repository, repo_root, *, since, branch, include_symbols, limit, offset,
                    source_only):
     """The files a period changed on a branch, the latest change first."""
-    return _core.recent_changes(_this, repository, repo_root, since, branch, include_symbols,
-                                limit, offset, source_only)
+    return _hinted("files", lambda hint: _core.recent_changes(
+        _this, repository, repo_root, since, branch, include_symbols, limit, offset,
+        source_only, hint))
 
 
 def hotspots(repository, repo_root, *, since, branch, group_by, limit, offset, source_only):
     """The files or components a period changed most often, with a risk score."""
-    return _core.hotspots(_this, repository, repo_root, since, branch, group_by, limit, offset,
-                          source_only)
+    return _hinted("hotspots", lambda hint: _core.hotspots(
+        _this, repository, repo_root, since, branch, group_by, limit, offset, source_only,
+        hint))
 
 
 def file_hotspots(repository, repo_root, *, since, branch, limit):
@@ -125,8 +139,9 @@ def file_hotspots(repository, repo_root, *, since, branch, limit):
 def branch_diff(repository, repo_root, *, base_branch, head_branch, include_symbols, limit,
                 offset, source_only):
     """The files a branch changed since it left its base, the most lines changed first."""
-    return _core.branch_diff(_this, repository, repo_root, base_branch, head_branch,
-                             include_symbols, limit, offset, source_only)
+    return _hinted("files", lambda hint: _core.branch_diff(
+        _this, repository, repo_root, base_branch, head_branch, include_symbols, limit, offset,
+        source_only, hint))
 
 
 def by_lines_changed(files):
@@ -219,8 +234,10 @@ def _component_rows(histories, facts):
 
 
 def _attach_symbols(rows, symbols):
-    """Sets each row's symbols to those listed under its path."""
-    _core.attach_symbols(rows, symbols)
+    """Sets each row's symbols to the list under its path, else to a new empty list."""
+    for row in rows:
+        path = row["path"]
+        row["symbols"] = symbols[path] if path in symbols else []
 
 
 def _page(items, limit, offset):
@@ -230,4 +247,10 @@ def _page(items, limit, offset):
 
 def _paginated(result, key, rows, total, limit, offset):
     """The result with its page of rows and the pagination fields every list answer carries."""
-    return _core.paginated(_this, result, key, rows, total, limit, offset)
+    start = max(operator.index(offset), 0)
+    result[key] = rows
+    result["total_count"] = total
+    result["truncated"] = start + max(operator.index(limit), 0) < total
+    result["has_more"] = start + len(rows) < total
+    result["offset"] = start
+    return add_pagination_hint(result, len(rows))

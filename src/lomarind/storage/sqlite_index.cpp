@@ -4,11 +4,11 @@
 #include <SQLiteCpp/Statement.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <mutex>
 #include <unordered_map>
 
 #include "lomarind/storage/index_file.h"
+#include "lomarind/utils/json_text.h"
 
 namespace lomarind::repository_changes {
 namespace {
@@ -18,21 +18,7 @@ namespace {
 // are copied as they are: SQLite's JSON reader passes them through, which
 // keeps paths that are not UTF-8 intact.
 void append_json_string(std::string& out, std::string_view text) {
-  out += '"';
-  for (const char c : text) {
-    const auto byte = static_cast<unsigned char>(c);
-    if (c == '"' || c == '\\') {
-      out += '\\';
-      out += c;
-    } else if (byte < 0x20) {
-      char escaped[8];
-      std::snprintf(escaped, sizeof escaped, "\\u%04x", byte);
-      out += escaped;
-    } else {
-      out += c;
-    }
-  }
-  out += '"';
+  json_text::append_string(out, text, json_text::NonUtf8::kKeep);
 }
 
 template <typename Range, typename Append>
@@ -127,6 +113,18 @@ IndexDb IndexDb::open_for_queries(const std::filesystem::path& path) {
 }
 
 bool IndexDb::empty() const { return impl_ == nullptr; }
+
+std::optional<std::string> IndexDb::indexed_commit() const {
+  if (empty()) return std::nullopt;
+  const std::lock_guard lock(impl_->mutex);
+  try {
+    SQLite::Statement query(impl_->db, "SELECT value FROM meta WHERE key = 'indexed_commit'");
+    if (query.executeStep()) return optional_text(query.getColumn(0));
+  } catch (const SQLite::Exception&) {
+    throw_index_error(impl_->path, "query");
+  }
+  return std::nullopt;
+}
 
 IndexedPaths SqliteIndex::indexed_paths(const IndexDb& db,
                                         const std::vector<std::string>& paths) const {

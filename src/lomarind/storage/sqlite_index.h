@@ -5,6 +5,7 @@
 
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 
@@ -35,6 +36,10 @@ class IndexDb {
 
   // Whether there was no index file: queries on it answer nothing.
   bool empty() const;
+
+  // The commit whose tree the index holds, as the indexer recorded it;
+  // nullopt for an empty index or one built where there was no commit.
+  std::optional<std::string> indexed_commit() const;
 
   struct Impl;
   const Impl* impl() const { return impl_.get(); }

@@ -8,23 +8,6 @@
 #include "lomarind/utils/utf8.h"
 
 namespace lomarind::quoting {
-namespace {
-
-void append_char(std::string& out, char32_t cp, std::string_view raw, char quote) {
-  if (cp == U'\\') {
-    out += "\\\\";
-  } else if (cp == static_cast<char32_t>(quote)) {
-    out += '\\';
-    out += quote;
-  } else if (is_printable(cp)) {
-    out += raw;
-  } else {
-    append_escaped(out, cp);
-  }
-}
-
-}  // namespace
-
 bool is_printable(char32_t cp) {
   if (cp == U' ') return true;
   switch (utf8proc_category(static_cast<utf8proc_int32_t>(cp))) {
@@ -67,26 +50,36 @@ void append_escaped(std::string& out, char32_t cp) {
   out += buffer;
 }
 
+std::string escaped_text(std::string_view text, const Escaping& how) {
+  std::string out;
+  out.reserve(text.size());
+  for (std::size_t pos = 0; pos < text.size();) {
+    const std::optional<utf8::CodePoint> cp = utf8::decode_utf8(text, pos);
+    if (!cp) {
+      const auto byte = static_cast<unsigned char>(text[pos]);
+      append_escaped(out, how.bad_byte == BadByte::kHex ? byte : 0xDC00 + byte);
+      ++pos;
+      continue;
+    }
+    const char32_t c = cp->value;
+    if (how.quote != 0 && (c == U'\\' || c == static_cast<char32_t>(how.quote))) {
+      out += '\\';
+      out += static_cast<char>(c);
+    } else if (is_printable(c) || (how.keep_line_breaks && (c == U'\n' || c == U'\t'))) {
+      out.append(text.substr(pos, cp->length));
+    } else {
+      append_escaped(out, c);
+    }
+    pos += cp->length;
+  }
+  return out;
+}
+
 std::string quoted_name(std::string_view text) {
   const bool has_single = text.find('\'') != std::string_view::npos;
   const bool has_double = text.find('"') != std::string_view::npos;
   const char quote = has_single && !has_double ? '"' : '\'';
-  std::string out(1, quote);
-  out.reserve(text.size() + 2);
-  for (std::size_t pos = 0; pos < text.size();) {
-    const std::optional<utf8::CodePoint> cp = utf8::decode_utf8(text, pos);
-    if (!cp) {
-      // A byte that is not UTF-8 shows as the surrogate escape a host that
-      // decodes names with surrogateescape would show.
-      append_escaped(out, 0xDC00 + static_cast<unsigned char>(text[pos]));
-      ++pos;
-      continue;
-    }
-    append_char(out, cp->value, text.substr(pos, cp->length), quote);
-    pos += cp->length;
-  }
-  out += quote;
-  return out;
+  return quote + escaped_text(text, {.quote = quote}) + quote;
 }
 
 std::string quoted_name(const std::optional<std::string>& text) {

@@ -18,6 +18,20 @@ bool is_printable(char32_t cp);
 // 0x10000 and \Uhhhhhhhh above, with lower-case digits.
 void append_escaped(std::string& out, char32_t cp);
 
+// How a byte that is not UTF-8 is written: \xhh, as a terminal shows bytes,
+// or \udcXX, the surrogate a Python host decodes it to (the answers' form).
+enum class BadByte { kHex, kSurrogate };
+
+struct Escaping {
+  char quote = 0;                 // when set, also escape it and the backslash
+  bool keep_line_breaks = false;  // pass \n and \t through unchanged
+  BadByte bad_byte = BadByte::kSurrogate;
+};
+
+// `text` with every character that does not print escaped by
+// append_escaped, and what `how` adds. Printable characters pass unchanged.
+std::string escaped_text(std::string_view text, const Escaping& how);
+
 std::string quoted_name(std::string_view text);
 std::string quoted_name(const std::optional<std::string>& text);
 inline std::string quoted_name(const std::string& text) {

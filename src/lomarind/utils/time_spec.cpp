@@ -6,6 +6,7 @@
 #include <stdexcept>
 #include <string>
 
+#include "lomarind/utils/civil_time.h"
 #include "lomarind/utils/quoting.h"
 
 namespace lomarind::git_utils {
@@ -14,36 +15,7 @@ namespace {
 using std::chrono::sys_seconds;
 
 constexpr std::int64_t kMaxSpan = 100000;
-constexpr std::int64_t kSecondsPerDay = 86400;
-
-// Days since 1970-01-01 of a proleptic Gregorian date, for any year (a span
-// of 100000 years reaches far beyond what std::chrono::year holds).
-std::int64_t days_from_civil(std::int64_t year, std::int64_t month, std::int64_t day) {
-  year -= month <= 2;
-  std::int64_t era = (year >= 0 ? year : year - 399) / 400;
-  std::int64_t year_of_era = year - era * 400;
-  std::int64_t day_of_year = (153 * (month > 2 ? month - 3 : month + 9) + 2) / 5 + day - 1;
-  std::int64_t day_of_era = year_of_era * 365 + year_of_era / 4 - year_of_era / 100 + day_of_year;
-  return era * 146097 + day_of_era - 719468;
-}
-
-struct Civil {
-  std::int64_t year;
-  std::int64_t month;  // 1..12
-  std::int64_t day;    // 1..31
-};
-
-Civil civil_from_days(std::int64_t days) {
-  days += 719468;
-  std::int64_t era = (days >= 0 ? days : days - 146096) / 146097;
-  std::int64_t day_of_era = days - era * 146097;
-  std::int64_t year_of_era =
-      (day_of_era - day_of_era / 1460 + day_of_era / 36524 - day_of_era / 146096) / 365;
-  std::int64_t day_of_year = day_of_era - (365 * year_of_era + year_of_era / 4 - year_of_era / 100);
-  std::int64_t mp = (5 * day_of_year + 2) / 153;
-  std::int64_t month = mp < 10 ? mp + 3 : mp - 9;
-  return {year_of_era + era * 400 + (month <= 2), month, day_of_year - (153 * mp + 2) / 5 + 1};
-}
+using civil_time::kSecondsPerDay;
 
 std::int64_t last_day(std::int64_t year, std::int64_t month) {
   constexpr std::int64_t kDays[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
@@ -59,15 +31,15 @@ std::int64_t floor_div(std::int64_t value, std::int64_t divisor) {
 // last day of the month reached (March 31 minus one month is February 28/29).
 sys_seconds months_back(sys_seconds now, std::int64_t months) {
   std::int64_t seconds = now.time_since_epoch().count();
-  std::int64_t days = floor_div(seconds, kSecondsPerDay);
+  std::int64_t days = civil_time::day_of(seconds);
   std::int64_t time_of_day = seconds - days * kSecondsPerDay;
-  Civil date = civil_from_days(days);
+  civil_time::CivilDate date = civil_time::civil_from_days(days);
   std::int64_t month_index = date.year * 12 + (date.month - 1) - months;
   std::int64_t year = floor_div(month_index, 12);
   std::int64_t month = month_index - year * 12 + 1;
   std::int64_t day = std::min(date.day, last_day(year, month));
-  return sys_seconds{
-      std::chrono::seconds{days_from_civil(year, month, day) * kSecondsPerDay + time_of_day}};
+  return sys_seconds{std::chrono::seconds{
+      civil_time::days_from_civil({year, month, day}) * kSecondsPerDay + time_of_day}};
 }
 
 sys_seconds midnight(sys_seconds time) { return std::chrono::floor<std::chrono::days>(time); }
@@ -181,7 +153,7 @@ std::optional<sys_seconds> parse_date(std::string_view text) {
   if (year && *year >= 1 && reader.take('-')) month = reader.number(2, 12);
   if (month && *month >= 1 && reader.take('-')) day = reader.number(2, 31);
   if (!day || *day < 1 || *day > last_day(*year, *month)) return std::nullopt;
-  std::int64_t seconds = days_from_civil(*year, *month, *day) * kSecondsPerDay;
+  std::int64_t seconds = civil_time::days_from_civil({*year, *month, *day}) * kSecondsPerDay;
   if (reader.done()) return at_second(seconds);
   if (!reader.take('t') && !reader.take(' ')) return std::nullopt;
   std::optional<std::int64_t> clock = parse_clock(reader);

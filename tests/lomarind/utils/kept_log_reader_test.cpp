@@ -32,15 +32,16 @@ class KeptLogReaderTest : public testing::GitHistoryTest {
   }
 
   KeptLogReader kept_{git_};
-  git_history::GitHistory over_kept_{
-      git_history::Neighbours{kept_, index_, filters_, pagination_, logger_}};
+  git_history::GitHistory over_kept_{git_history::Neighbours{kept_, index_, filters_, logger_}};
 };
 
 TEST_F(KeptLogReaderTest, AnswersOfOneReportReadTheLogOnceAndAgreeWithDirectAnswers) {
   const git_history::RecentChangesOptions recent{"2 weeks", std::nullopt, false, 50, 0, false};
-  const Json files = history_.hotspots(repository_, root_, hotspots("file"));
-  const Json components = history_.hotspots(repository_, root_, hotspots("component"));
-  const Json changes = history_.recent_changes(repository_, root_, recent);
+  const git_history::HotspotsAnswer files = history_.hotspots(repository_, root_, hotspots("file"));
+  const git_history::HotspotsAnswer components =
+      history_.hotspots(repository_, root_, hotspots("component"));
+  const git_history::RecentChangesAnswer changes =
+      history_.recent_changes(repository_, root_, recent);
   git_.calls.clear();
 
   EXPECT_EQ(over_kept_.hotspots(repository_, root_, hotspots("file")), files);

@@ -9,9 +9,9 @@
 
 namespace lomarind::git_history {
 
-Json GitHistory::branch_diff(const repository_changes::Repository& repository,
-                             const std::filesystem::path& repo_root,
-                             const BranchDiffOptions& options) const {
+BranchDiffAnswer GitHistory::branch_diff(const repository_changes::Repository& repository,
+                                         const std::filesystem::path& repo_root,
+                                         const BranchDiffOptions& options) const {
   const BranchChanges changes = branch_changes(repo_root, options.base_branch, options.head_branch);
   std::vector<git_utils::FileChange> files = by_lines_changed(changes.files());
   if (options.source_only) {
@@ -19,24 +19,22 @@ Json GitHistory::branch_diff(const repository_changes::Repository& repository,
   }
   const std::vector<git_utils::FileChange> page =
       detail::page(files, options.limit, options.offset);
-  std::vector<Json> rows;
-  rows.reserve(page.size());
-  for (const git_utils::FileChange& file : page) rows.push_back(change_row(file));
+  BranchDiffAnswer answer{
+      .base_branch = changes.base_branch(),
+      .head_branch = changes.head_branch(),
+      .commit_count = changes.commit_count(),
+      .excluded_files = static_cast<std::int64_t>(changes.files().size() - files.size()),
+      .note = changes.note()};
+  answer.files.reserve(page.size());
+  for (const git_utils::FileChange& file : page) answer.files.push_back({change_row(file)});
   if (options.include_symbols && !page.empty()) {
-    detail::attach_symbols(
-        rows, touched_symbols(repository, repo_root, changes.base_commit(), changes.head_commit(),
-                              page, {.merge_base = true}));
+    detail::attach_symbols(answer.files,
+                           touched_symbols(repository, repo_root, changes.base_commit(),
+                                           changes.head_commit(), page, {.merge_base = true}));
   }
-
-  Json result = Json::object();
-  result["base_branch"] = changes.base_branch();
-  result["head_branch"] = changes.head_branch();
-  result["commit_count"] = changes.commit_count();
-  result["excluded_files"] = static_cast<std::int64_t>(changes.files().size() - files.size());
-  if (std::optional<std::string> note = changes.note()) result["note"] = *note;
-  return detail::paginated(std::move(result), "files", std::move(rows),
-                           static_cast<std::int64_t>(files.size()), options.limit, options.offset,
-                           n_.pagination);
+  answer.page = detail::page_fields(static_cast<std::int64_t>(files.size()), options.limit,
+                                    options.offset, static_cast<std::int64_t>(page.size()));
+  return answer;
 }
 
 }  // namespace lomarind::git_history

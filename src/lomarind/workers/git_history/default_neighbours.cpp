@@ -5,7 +5,6 @@
 #include <utility>
 
 #include "lomarind/utils/language_filter.h"
-#include "lomarind/utils/pagination.h"
 #include "lomarind/utils/path_filter.h"
 
 namespace lomarind::git_history {
@@ -26,10 +25,6 @@ bool DefaultSourceFilters::should_skip_path(std::string_view directory) const {
   return path_filter::should_skip_path(directory);
 }
 
-Json DefaultPaginationHint::add_pagination_hint(Json result, std::int64_t count) const {
-  return pagination::add_pagination_hint(std::move(result), count);
-}
-
 bool commit_cache_disabled_by_environment() {
   const char* value = std::getenv("LOMARIND_NO_CACHE");
   return value != nullptr && std::string_view(value) != "" && std::string_view(value) != "0";
@@ -45,7 +40,7 @@ ProductionHistory::ProductionHistory(ProductionOptions options, const LogSink& s
                                                                       cache_logger_)
                   : std::nullopt),
       logger_(std::string(kLoggerName), sink),
-      history_(Neighbours{reader(), index_, filters_, pagination_, logger_}) {}
+      history_(Neighbours{reader(), index_, filters_, logger_}) {}
 
 const git_utils::GitReader& ProductionHistory::reader() const {
   if (cached_) return *cached_;

@@ -1,7 +1,7 @@
 // The production neighbours of the history answers: the git program, the
-// index file's queries, the library's own language and path filters and its
-// pagination hint. ProductionHistory is the one place that wires them; the
-// program, the Python extension and the end-to-end tests all build it.
+// index file's queries and the library's own language and path filters.
+// ProductionHistory is the one place that wires them; the program, the
+// Python extension and the end-to-end tests all build it.
 #pragma once
 
 #include <cstdint>
@@ -24,11 +24,6 @@ class DefaultSourceFilters final : public SourceFilters {
   bool is_source_extension(std::string_view path) const override;
   bool is_test_path(std::string_view path) const override;
   bool should_skip_path(std::string_view directory) const override;
-};
-
-class DefaultPaginationHint final : public PaginationHint {
- public:
-  Json add_pagination_hint(Json result, std::int64_t count) const override;
 };
 
 struct ProductionOptions {
@@ -54,7 +49,7 @@ class ProductionHistory {
   const GitHistory& history() const { return history_; }
   // The neighbours themselves, for a caller that wraps one of them (a
   // reader that serves several answers from one log, say).
-  Neighbours neighbours() const { return {reader(), index_, filters_, pagination_, logger_}; }
+  Neighbours neighbours() const { return {reader(), index_, filters_, logger_}; }
 
  private:
   const git_utils::GitReader& reader() const;
@@ -64,7 +59,6 @@ class ProductionHistory {
   std::optional<commit_cache::CachedGitReader> cached_;
   repository_changes::SqliteIndex index_;
   DefaultSourceFilters filters_;
-  DefaultPaginationHint pagination_;
   Logger logger_;
   GitHistory history_;
 };

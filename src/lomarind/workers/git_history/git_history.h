@@ -15,8 +15,8 @@
 
 #include "lomarind/storage/repository_changes.h"
 #include "lomarind/utils/git_utils.h"
-#include "lomarind/utils/json.h"
 #include "lomarind/utils/logging.h"
+#include "lomarind/workers/git_history/answers.h"
 #include "lomarind/workers/git_history/neighbour_interfaces.h"
 #include "lomarind/workers/git_history/records.h"
 
@@ -27,7 +27,6 @@ struct Neighbours {
   const git_utils::GitReader& git;
   const repository_changes::ChangeIndex& index;
   const SourceFilters& filters;
-  const PaginationHint& pagination;
   const Logger& logger;
 };
 
@@ -85,16 +84,18 @@ class GitHistory {
  public:
   explicit GitHistory(const Neighbours& neighbours) : n_(neighbours) {}
 
-  Json recent_changes(const repository_changes::Repository& repository,
-                      const std::filesystem::path& repo_root,
-                      const RecentChangesOptions& options) const;
-  Json hotspots(const repository_changes::Repository& repository,
-                const std::filesystem::path& repo_root, const HotspotsOptions& options) const;
-  std::vector<Json> file_hotspots(const repository_changes::Repository& repository,
-                                  const std::filesystem::path& repo_root,
-                                  const FileHotspotsOptions& options) const;
-  Json branch_diff(const repository_changes::Repository& repository,
-                   const std::filesystem::path& repo_root, const BranchDiffOptions& options) const;
+  RecentChangesAnswer recent_changes(const repository_changes::Repository& repository,
+                                     const std::filesystem::path& repo_root,
+                                     const RecentChangesOptions& options) const;
+  HotspotsAnswer hotspots(const repository_changes::Repository& repository,
+                          const std::filesystem::path& repo_root,
+                          const HotspotsOptions& options) const;
+  std::vector<FileHotspot> file_hotspots(const repository_changes::Repository& repository,
+                                         const std::filesystem::path& repo_root,
+                                         const FileHotspotsOptions& options) const;
+  BranchDiffAnswer branch_diff(const repository_changes::Repository& repository,
+                               const std::filesystem::path& repo_root,
+                               const BranchDiffOptions& options) const;
 
   // What a branch changed since it left its base. Throws GitHistoryError
   // when a branch does not exist or git fails.
@@ -134,14 +135,14 @@ class GitHistory {
 // code-point order; ties keep their input order.
 std::vector<git_utils::FileChange> by_lines_changed(std::span<const git_utils::FileChange> files);
 
-// path, status, old_path (only when present), additions, deletions.
-Json change_row(const git_utils::FileChange& change);
+// The answer row of one changed file.
+ChangeRow change_row(const git_utils::FileChange& change);
 
 // The spans of `paths`, in that order, as ranges for the index.
 std::vector<repository_changes::LineRange> line_ranges(const git_utils::LineSpansByPath& spans,
                                                        std::span<const std::string> paths);
 
-// name, kind, fqn, line, end_line.
-Json symbol_row(const repository_changes::SymbolOnLines& symbol);
+// The answer row of one symbol.
+SymbolRow symbol_row(const repository_changes::SymbolOnLines& symbol);
 
 }  // namespace lomarind::git_history

@@ -44,18 +44,6 @@ std::vector<ComponentTotals> totals_by_component(std::span<const PathHistory> hi
   return totals;
 }
 
-// name, type, commits, additions, deletions: how every hotspot row starts.
-Json row_head(const std::string& name, std::string_view type, std::int64_t commits,
-              std::int64_t additions, std::int64_t deletions) {
-  Json row = Json::object();
-  row["name"] = name;
-  row["type"] = type;
-  row["commits"] = commits;
-  row["additions"] = additions;
-  row["deletions"] = deletions;
-  return row;
-}
-
 }  // namespace
 
 double risk_score(std::int64_t commits, std::int64_t busiest) {
@@ -70,43 +58,46 @@ double risk_score(std::int64_t commits, std::int64_t busiest) {
   return rounded;
 }
 
-std::vector<Json> file_rows(std::span<const PathHistory> histories,
-                            const repository_changes::IndexedPaths& facts) {
+std::vector<FileHotspot> file_rows(std::span<const PathHistory> histories,
+                                   const repository_changes::IndexedPaths& facts) {
   return file_rows(histories, facts, histories.empty() ? 1 : histories.front().commits);
 }
 
-std::vector<Json> file_rows(std::span<const PathHistory> histories,
-                            const repository_changes::IndexedPaths& facts, std::int64_t busiest) {
-  std::vector<Json> rows;
+std::vector<FileHotspot> file_rows(std::span<const PathHistory> histories,
+                                   const repository_changes::IndexedPaths& facts,
+                                   std::int64_t busiest) {
+  std::vector<FileHotspot> rows;
   rows.reserve(histories.size());
   for (const PathHistory& history : histories) {
-    Json row =
-        row_head(history.path, "file", history.commits, history.additions, history.deletions);
     const auto fact = facts.find(history.path);
-    row["component"] = fact != facts.end() && fact->second.component ? Json(*fact->second.component)
-                                                                     : Json(nullptr);
-    row["risk_score"] = risk_score(history.commits, busiest);
-    rows.push_back(std::move(row));
+    rows.push_back(
+        FileHotspot{.name = history.path,
+                    .commits = history.commits,
+                    .additions = history.additions,
+                    .deletions = history.deletions,
+                    .component = fact != facts.end() ? fact->second.component : std::nullopt,
+                    .risk_score = risk_score(history.commits, busiest)});
   }
   return rows;
 }
 
-std::vector<Json> component_rows(std::span<const PathHistory> histories,
-                                 const repository_changes::IndexedPaths& facts) {
+std::vector<ComponentHotspot> component_rows(std::span<const PathHistory> histories,
+                                             const repository_changes::IndexedPaths& facts) {
   std::vector<ComponentTotals> ranked = totals_by_component(histories, facts);
   std::sort(ranked.begin(), ranked.end(), [](const ComponentTotals& a, const ComponentTotals& b) {
     if (a.commits != b.commits) return a.commits > b.commits;
     return code_point_less(a.name, b.name);
   });
   const std::int64_t busiest = ranked.empty() ? 1 : ranked.front().commits;
-  std::vector<Json> rows;
+  std::vector<ComponentHotspot> rows;
   rows.reserve(ranked.size());
-  for (const ComponentTotals& component : ranked) {
-    Json row = row_head(component.name, "component", component.commits, component.additions,
-                        component.deletions);
-    row["files"] = component.files;
-    row["risk_score"] = risk_score(component.commits, busiest);
-    rows.push_back(std::move(row));
+  for (ComponentTotals& component : ranked) {
+    rows.push_back(ComponentHotspot{.name = std::move(component.name),
+                                    .commits = component.commits,
+                                    .additions = component.additions,
+                                    .deletions = component.deletions,
+                                    .files = component.files,
+                                    .risk_score = risk_score(component.commits, busiest)});
   }
   return rows;
 }

@@ -32,9 +32,9 @@ std::vector<detail::PathHistory> existing_files(std::vector<detail::PathHistory>
 
 // The rows of one page of file hotspots, scored against the busiest file
 // of all. Only the page's files become rows: a period can name thousands.
-std::vector<Json> file_page(std::vector<detail::PathHistory>& kept,
-                            const repository_changes::IndexedPaths& facts, std::int64_t limit,
-                            std::int64_t offset) {
+std::vector<FileHotspot> file_page(std::vector<detail::PathHistory>& kept,
+                                   const repository_changes::IndexedPaths& facts,
+                                   std::int64_t limit, std::int64_t offset) {
   detail::sort_through_page(kept, limit, offset, busiest_first);
   const std::vector<detail::PathHistory> page = detail::page(kept, limit, offset);
   if (page.empty()) return {};
@@ -43,9 +43,9 @@ std::vector<Json> file_page(std::vector<detail::PathHistory>& kept,
 
 }  // namespace
 
-Json GitHistory::hotspots(const repository_changes::Repository& repository,
-                          const std::filesystem::path& repo_root,
-                          const HotspotsOptions& options) const {
+HotspotsAnswer GitHistory::hotspots(const repository_changes::Repository& repository,
+                                    const std::filesystem::path& repo_root,
+                                    const HotspotsOptions& options) const {
   if (options.group_by != "file" && options.group_by != "component") {
     throw GitHistoryError("group_by must be 'file' or 'component'; got " +
                           quoting::quoted_name(options.group_by));
@@ -57,28 +57,32 @@ Json GitHistory::hotspots(const repository_changes::Repository& repository,
   const std::size_t existing = kept.size();
   const repository_changes::IndexedPaths facts = detail::index_facts(n_.index, repository.db, kept);
   if (options.source_only) detail::drop_non_source(kept, n_.filters, facts);
+  HotspotsAnswer answer{.period = detail::period_fields(options.since, log),
+                        .group_by = options.group_by,
+                        .excluded_files = static_cast<std::int64_t>(existing - kept.size())};
   std::int64_t total = static_cast<std::int64_t>(kept.size());
-  std::vector<Json> rows;
+  std::size_t shown = 0;
   if (options.group_by == "component") {
     std::sort(kept.begin(), kept.end(), busiest_first);
-    const std::vector<Json> ranked = detail::component_rows(kept, facts);
+    const std::vector<ComponentHotspot> ranked = detail::component_rows(kept, facts);
     total = static_cast<std::int64_t>(ranked.size());
-    rows = detail::page(ranked, options.limit, options.offset);
+    auto rows = detail::page(ranked, options.limit, options.offset);
+    shown = rows.size();
+    answer.hotspots = std::move(rows);
   } else {
-    rows = file_page(kept, facts, options.limit, options.offset);
+    auto rows = file_page(kept, facts, options.limit, options.offset);
+    shown = rows.size();
+    answer.hotspots = std::move(rows);
   }
-
-  Json result = detail::period_fields(options.since, log.tip.name, log.commits);
-  result["group_by"] = options.group_by;
-  result["excluded_files"] = static_cast<std::int64_t>(existing - kept.size());
-  return detail::paginated(std::move(result), "hotspots", std::move(rows), total, options.limit,
-                           options.offset, n_.pagination);
+  answer.page =
+      detail::page_fields(total, options.limit, options.offset, static_cast<std::int64_t>(shown));
+  return answer;
 }
 
-std::vector<Json> GitHistory::file_hotspots(const repository_changes::Repository& repository,
-                                            const std::filesystem::path& repo_root,
-                                            const FileHotspotsOptions& options) const {
-  Json answer;
+std::vector<FileHotspot> GitHistory::file_hotspots(const repository_changes::Repository& repository,
+                                                   const std::filesystem::path& repo_root,
+                                                   const FileHotspotsOptions& options) const {
+  HotspotsAnswer answer;
   try {
     answer = hotspots(repository, repo_root,
                       {.since = options.since,
@@ -94,11 +98,7 @@ std::vector<Json> GitHistory::file_hotspots(const repository_changes::Repository
     n_.logger.info("No hotspots for %s: %s", {repo_root.string(), error.what()});
     return {};
   }
-  std::vector<Json> rows = answer.at("hotspots").get<std::vector<Json>>();
-  const auto keep = static_cast<std::size_t>(
-      std::clamp<std::int64_t>(options.limit, 0, static_cast<std::int64_t>(rows.size())));
-  rows.resize(keep);
-  return rows;
+  return std::get<std::vector<FileHotspot>>(std::move(answer.hotspots));
 }
 
 }  // namespace lomarind::git_history

@@ -3,6 +3,8 @@
 #include <string>
 #include <utility>
 
+#include "lomarind/utils/pagination.h"
+
 namespace lomarind::git_history::detail {
 namespace {
 
@@ -14,16 +16,18 @@ bool ends_before(std::int64_t start, std::int64_t length, std::int64_t total) {
 
 }  // namespace
 
-Json paginated(Json result, std::string_view key, std::vector<Json> rows, std::int64_t total,
-               std::int64_t limit, std::int64_t offset, const PaginationHint& hint) {
-  const std::int64_t start = std::max<std::int64_t>(offset, 0);
-  const auto count = static_cast<std::int64_t>(rows.size());
-  result[std::string(key)] = Json(std::move(rows));
-  result["total_count"] = total;
-  result["truncated"] = ends_before(start, std::max<std::int64_t>(limit, 0), total);
-  result["has_more"] = ends_before(start, count, total);
-  result["offset"] = start;
-  return hint.add_pagination_hint(std::move(result), count);
+PageFields page_fields(std::int64_t total, std::int64_t limit, std::int64_t offset,
+                       std::int64_t count) {
+  PageFields page;
+  page.total_count = total;
+  page.offset = std::max<std::int64_t>(offset, 0);
+  page.truncated = ends_before(page.offset, std::max<std::int64_t>(limit, 0), total);
+  page.has_more = ends_before(page.offset, count, total);
+  if (auto next = pagination::next_page(page.has_more, page.offset, std::to_string(total), count)) {
+    page.next_offset = next->next_offset;
+    page.hint = std::move(next->hint);
+  }
+  return page;
 }
 
 }  // namespace lomarind::git_history::detail

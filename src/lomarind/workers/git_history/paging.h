@@ -7,8 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "lomarind/utils/json.h"
-#include "lomarind/workers/git_history/neighbour_interfaces.h"
+#include "lomarind/workers/git_history/answers.h"
 
 namespace lomarind::git_history::detail {
 
@@ -45,10 +44,10 @@ void sort_through_page(std::vector<T>& items, std::int64_t limit, std::int64_t o
   }
 }
 
-// The result with its page of rows and the pagination fields every list
-// answer carries: `key`, total_count, truncated, has_more, offset (clamped),
-// then whatever the pagination hint adds.
-Json paginated(Json result, std::string_view key, std::vector<Json> rows, std::int64_t total,
-               std::int64_t limit, std::int64_t offset, const PaginationHint& hint);
+// The pagination fields of a page of `count` rows cut with `limit` and
+// `offset` from `total`: the offset clamped at 0, whether the limit or the
+// page stops before the end, and the next-page hint while there is more.
+PageFields page_fields(std::int64_t total, std::int64_t limit, std::int64_t offset,
+                       std::int64_t count);
 
 }  // namespace lomarind::git_history::detail

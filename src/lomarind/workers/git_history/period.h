@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "lomarind/utils/git_utils.h"
-#include "lomarind/utils/json.h"
+#include "lomarind/workers/git_history/answers.h"
 #include "lomarind/workers/git_history/records.h"
 
 namespace lomarind::git_history::detail {
@@ -20,18 +20,15 @@ namespace lomarind::git_history::detail {
 // One pass, a constant number of hash look-ups per changed file.
 std::vector<PathHistory> histories(std::span<const git_utils::CommitChanges> commits);
 
-// Any instant as an ISO 8601 date-time in UTC, YYYY-MM-DDTHH:MM:SS+00:00,
-// on the proleptic Gregorian calendar. A year outside 0 to 9999 is written
-// with its sign and as many digits as it needs ("+11476-...", "-0001-..."
-// for 2 BC). Never throws.
-std::string utc_timestamp(std::int64_t seconds);
-
 // The change row of history.as_change(), then commits and last_changed.
-Json history_row(const PathHistory& history);
+HistoryRow history_row(const PathHistory& history);
 
-// since, branch, commit_count, and commit_limit_reached (true) only when
-// the log reached MAX_COMMITS.
-Json period_fields(const std::string& since, const std::string& branch,
-                   std::span<const git_utils::CommitChanges> commits);
+// The period's fields; commit_limit_reached when the log reached MAX_COMMITS.
+PeriodFields period_fields(const std::string& since, const std::string& branch,
+                           std::span<const git_utils::CommitChanges> commits);
+
+struct PeriodLog;
+// The fields of a period read from `log`: its tip's name and its start.
+PeriodFields period_fields(const std::string& since, const PeriodLog& log);
 
 }  // namespace lomarind::git_history::detail

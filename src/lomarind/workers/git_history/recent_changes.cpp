@@ -22,9 +22,9 @@ bool latest_first(const detail::PathHistory& a, const detail::PathHistory& b) {
 
 }  // namespace
 
-Json GitHistory::recent_changes(const repository_changes::Repository& repository,
-                                const std::filesystem::path& repo_root,
-                                const RecentChangesOptions& options) const {
+RecentChangesAnswer GitHistory::recent_changes(const repository_changes::Repository& repository,
+                                               const std::filesystem::path& repo_root,
+                                               const RecentChangesOptions& options) const {
   const detail::PeriodLog log =
       detail::read_period(n_.git, n_.logger, repo_root, options.since, options.branch);
 
@@ -36,24 +36,24 @@ Json GitHistory::recent_changes(const repository_changes::Repository& repository
   detail::sort_through_page(kept, options.limit, options.offset, latest_first);
 
   const std::vector<detail::PathHistory> page = detail::page(kept, options.limit, options.offset);
-  std::vector<Json> rows;
-  rows.reserve(page.size());
-  for (const detail::PathHistory& history : page) rows.push_back(detail::history_row(history));
+  RecentChangesAnswer answer{.period = detail::period_fields(options.since, log),
+                             .excluded_files = static_cast<std::int64_t>(changed - kept.size())};
+  answer.files.reserve(page.size());
+  for (const detail::PathHistory& history : page)
+    answer.files.push_back(detail::history_row(history));
   if (options.include_symbols && !page.empty()) {
     const std::optional<std::string> window_base = detail::reading_git(
         n_.logger, [&] { return n_.git.commit_before(repo_root, log.tip.commit, log.start); });
     std::vector<git_utils::FileChange> files;
     files.reserve(page.size());
     for (const detail::PathHistory& history : page) files.push_back(history.as_change());
-    detail::attach_symbols(rows, touched_symbols(repository, repo_root, window_base, log.tip.commit,
-                                                 files, {.merge_base = false}));
+    detail::attach_symbols(
+        answer.files, touched_symbols(repository, repo_root, window_base, log.tip.commit, files,
+                                      {.merge_base = false}));
   }
-
-  Json result = detail::period_fields(options.since, log.tip.name, log.commits);
-  result["excluded_files"] = static_cast<std::int64_t>(changed - kept.size());
-  return detail::paginated(std::move(result), "files", std::move(rows),
-                           static_cast<std::int64_t>(kept.size()), options.limit, options.offset,
-                           n_.pagination);
+  answer.page = detail::page_fields(static_cast<std::int64_t>(kept.size()), options.limit,
+                                    options.offset, static_cast<std::int64_t>(page.size()));
+  return answer;
 }
 
 }  // namespace lomarind::git_history

@@ -11,7 +11,6 @@
 #include <vector>
 
 #include "lomarind/utils/git_utils.h"
-#include "lomarind/utils/json.h"
 #include "lomarind/workers/retrieval.h"
 
 namespace lomarind::git_history {
@@ -25,10 +24,6 @@ inline constexpr int SYMBOLS_PER_ROW = 10;
 inline constexpr const auto& CHANGE_KINDS = retrieval::RETRIEVABLE_KINDS;
 // The name of the module's logger.
 inline constexpr std::string_view kLoggerName = "lomarind.workers.git_history";
-
-// Symbol rows by path, in insertion order: the given files first, then any
-// path the index answered for that was not asked about.
-using SymbolsByPath = std::vector<std::pair<std::string, std::vector<Json>>>;
 
 namespace detail {
 // Every line of a file: first line 1, last line two thousand million.

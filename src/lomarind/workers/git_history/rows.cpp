@@ -1,37 +1,52 @@
-// The rows of the branch and period answers, each key in its documented
-// order: a changed file, a file's history over a period, a symbol.
+// The rows of the branch and period answers: a changed file, a file's
+// history over a period, a symbol.
+#include "lomarind/workers/git_history/git_access.h"
 #include "lomarind/workers/git_history/git_history.h"
 #include "lomarind/workers/git_history/period.h"
 
 namespace lomarind::git_history {
 
-Json change_row(const git_utils::FileChange& change) {
-  Json row = Json::object();
-  row["path"] = change.path;
-  row["status"] = change.status;
-  if (change.old_path) row["old_path"] = *change.old_path;
-  row["additions"] = change.additions;
-  row["deletions"] = change.deletions;
-  return row;
+ChangeRow change_row(const git_utils::FileChange& change) {
+  return ChangeRow{.path = change.path,
+                   .status = change.status,
+                   .old_path = change.old_path,
+                   .additions = change.additions,
+                   .deletions = change.deletions};
 }
 
-Json symbol_row(const repository_changes::SymbolOnLines& symbol) {
-  Json row = Json::object();
-  row["name"] = symbol.name;
-  row["kind"] = symbol.kind;
-  row["fqn"] = symbol.fqn;
-  row["line"] = symbol.start_line;
-  row["end_line"] = symbol.end_line;
-  return row;
+SymbolRow symbol_row(const repository_changes::SymbolOnLines& symbol) {
+  return SymbolRow{.name = symbol.name,
+                   .kind = symbol.kind,
+                   .fqn = symbol.fqn,
+                   .line = symbol.start_line,
+                   .end_line = symbol.end_line};
 }
 
 namespace detail {
 
-Json history_row(const PathHistory& history) {
-  Json row = change_row(history.as_change());
-  row["commits"] = history.commits;
-  row["last_changed"] = utc_timestamp(history.last_changed);
-  return row;
+HistoryRow history_row(const PathHistory& history) {
+  return HistoryRow{.change = change_row(history.as_change()),
+                    .commits = history.commits,
+                    .last_changed = history.last_changed};
+}
+
+PeriodFields period_fields(const std::string& since, const std::string& branch,
+                           std::span<const git_utils::CommitChanges> commits) {
+  PeriodFields fields{
+      .since = since,
+      .branch = branch,
+      .commit_count = static_cast<std::int64_t>(commits.size()),
+      .commit_limit_reached = commits.size() >= static_cast<std::size_t>(MAX_COMMITS)};
+  for (const git_utils::CommitChanges& commit : commits) {
+    if (fields.oldest == 0 || commit.timestamp < fields.oldest) fields.oldest = commit.timestamp;
+  }
+  return fields;
+}
+
+PeriodFields period_fields(const std::string& since, const PeriodLog& log) {
+  PeriodFields fields = period_fields(since, log.tip.name, log.commits);
+  fields.start = log.start.time_since_epoch().count();
+  return fields;
 }
 
 }  // namespace detail

@@ -92,11 +92,11 @@ SymbolsByPath GitHistory::touched_symbols(const repository_changes::Repository& 
   std::unordered_map<std::string, std::size_t> at;
   for (const std::string& path : paths) {
     if (at.try_emplace(path, symbols.size()).second)
-      symbols.emplace_back(path, std::vector<Json>{});
+      symbols.emplace_back(path, std::vector<SymbolRow>{});
   }
   for (const repository_changes::SymbolOnLines& symbol : found) {
     const auto [it, inserted] = at.try_emplace(symbol.path, symbols.size());
-    if (inserted) symbols.emplace_back(symbol.path, std::vector<Json>{});
+    if (inserted) symbols.emplace_back(symbol.path, std::vector<SymbolRow>{});
     symbols[it->second].second.push_back(symbol_row(symbol));
   }
   return symbols;
@@ -104,12 +104,26 @@ SymbolsByPath GitHistory::touched_symbols(const repository_changes::Repository& 
 
 namespace detail {
 
-void attach_symbols(std::vector<Json>& rows, const SymbolsByPath& symbols) {
+namespace {
+
+template <typename Row>
+void attach_to(std::vector<Row>& rows, const SymbolsByPath& symbols) {
   const auto positions = positions_of(symbols);
-  for (Json& row : rows) {
-    const auto found = positions.find(row.at("path").get_ref<const std::string&>());
-    row["symbols"] = found == positions.end() ? Json::array() : Json(symbols[found->second].second);
+  for (Row& row : rows) {
+    const auto found = positions.find(row.change.path);
+    row.symbols =
+        found == positions.end() ? std::vector<SymbolRow>{} : symbols[found->second].second;
   }
+}
+
+}  // namespace
+
+void attach_symbols(std::vector<DiffRow>& rows, const SymbolsByPath& symbols) {
+  attach_to(rows, symbols);
+}
+
+void attach_symbols(std::vector<HistoryRow>& rows, const SymbolsByPath& symbols) {
+  attach_to(rows, symbols);
 }
 
 }  // namespace detail

@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "lomarind/workers/git_history/answer_json.h"
 #include "lomarind/workers/git_history/git_history.h"
 #include "support/fake_history_neighbours.h"
 
@@ -29,8 +30,8 @@ class BranchDiffAnswerTest : public testing::GitHistoryTest {
 
   Json ask(std::optional<std::string> head, bool include_symbols, std::int64_t limit,
            std::int64_t offset, bool source_only) {
-    return history_.branch_diff(repository_, root_,
-                                {"main", head, include_symbols, limit, offset, source_only});
+    return to_json(history_.branch_diff(
+        repository_, root_, {"main", head, include_symbols, limit, offset, source_only}));
   }
 };
 

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "lomarind/workers/git_history/answer_json.h"
 #include "support/fake_history_neighbours.h"
 
 namespace lomarind::git_history {
@@ -35,12 +36,12 @@ class HotspotsTest : public testing::GitHistoryTest {
   }
 
   Json ask(std::string group_by, std::int64_t limit, std::int64_t offset, bool source_only) {
-    return history_.hotspots(repository_, root_,
-                             {"2 weeks", std::nullopt, group_by, limit, offset, source_only});
+    return to_json(history_.hotspots(
+        repository_, root_, {"2 weeks", std::nullopt, group_by, limit, offset, source_only}));
   }
 
-  std::vector<Json> ask_short(std::int64_t limit) {
-    return history_.file_hotspots(repository_, root_, {"2 weeks", std::nullopt, limit});
+  Json ask_short(std::int64_t limit) {
+    return to_json(history_.file_hotspots(repository_, root_, {"2 weeks", std::nullopt, limit}));
   }
 };
 
@@ -90,7 +91,7 @@ TEST(RiskScoreTest, RoundsTheExactQuotientHalfToEven) {
 }
 
 TEST_F(HotspotsTest, FileHotspotsAreTheFirstSourcePageOrNothingWithoutAHistory) {
-  EXPECT_EQ(Json(ask_short(2)), ask("file", 2, 0, true).at("hotspots"));
+  EXPECT_EQ(ask_short(2), ask("file", 2, 0, true).at("hotspots"));
   EXPECT_THAT(ask_short(0), IsEmpty());
   git_.commits.clear();
   EXPECT_THAT(ask_short(5), IsEmpty());

@@ -60,34 +60,15 @@ TEST(HistoriesTest, FollowsFilesAcrossRenamesInMapOrder) {
   }
 }
 
-// Rows never throw: every instant git can store has a date.
-TEST(HistoryRowTest, AnyInstantIsAnIsoDateTime) {
-  const std::pair<std::int64_t, std::string_view> cases[] = {
-      {-1, "1969-12-31T23:59:59+00:00"},
-      {951782400, "2000-02-29T00:00:00+00:00"},
-      {253402300799, "9999-12-31T23:59:59+00:00"},
-      {253402300800, "+10000-01-01T00:00:00+00:00"},
-      {300000000000, "+11476-08-15T05:20:00+00:00"},
-      {-62135596800, "0001-01-01T00:00:00+00:00"},
-      {-62135596801, "0000-12-31T23:59:59+00:00"},
-      {-62198755200, "-0001-01-01T00:00:00+00:00"},
-      {INT64_MAX, "+292277026596-12-04T15:30:07+00:00"},
-      {INT64_MIN, "-292277022657-01-27T08:29:52+00:00"},
-  };
-  for (const auto& [seconds, text] : cases) {
-    SCOPED_TRACE(seconds);
-    EXPECT_EQ(utc_timestamp(seconds), text);
-  }
-}
-
 TEST(PeriodFieldsTest, FlagsTheCommitLimitOnlyWhenReached) {
   std::vector<CommitChanges> log(MAX_COMMITS - 1);
-  EXPECT_EQ(period_fields("2 weeks", "main", log).dump(),
-            R"({"since":"2 weeks","branch":"main","commit_count":4999})");
+  EXPECT_EQ(period_fields("2 weeks", "main", log),
+            (PeriodFields{.since = "2 weeks", .branch = "main", .commit_count = 4999}));
   log.emplace_back();
-  EXPECT_EQ(
-      period_fields("2 weeks", "main", log).dump(),
-      R"({"since":"2 weeks","branch":"main","commit_count":5000,"commit_limit_reached":true})");
+  EXPECT_EQ(period_fields("2 weeks", "main", log), (PeriodFields{.since = "2 weeks",
+                                                                 .branch = "main",
+                                                                 .commit_count = 5000,
+                                                                 .commit_limit_reached = true}));
 }
 
 }  // namespace

@@ -33,12 +33,12 @@ std::string functions(int first, int count, const std::string& body) {
   return text;
 }
 
-std::string symbol_names(const Json& row) {
+template <typename Row>
+std::string symbol_names(const Row& row) {
   std::string names;
-  for (const Json& symbol : row.at("symbols")) {
-    names += symbol.at("name").get<std::string>() + ":" +
-             std::to_string(symbol.at("line").get<int>()) + "-" +
-             std::to_string(symbol.at("end_line").get<int>()) + " ";
+  for (const SymbolRow& symbol : row.symbols.value()) {
+    names += symbol.name + ":" + std::to_string(symbol.line) + "-" +
+             std::to_string(symbol.end_line) + " ";
   }
   return names;
 }
@@ -66,11 +66,10 @@ TEST_F(HistoryOnARealRepositoryTest, BranchSymbolsLieOnTheChangedLines) {
   const repository_changes::IndexDb db =
       repository_changes::IndexDb::open_for_queries(dir.path() / "index.db");
 
-  const Json diff =
+  const BranchDiffAnswer diff =
       history_.branch_diff({db}, repo_.root(), {"main", std::nullopt, true, 10, 0, false});
   std::map<std::string, std::string> found;
-  for (const Json& row : diff.at("files"))
-    found[row.at("path").get<std::string>()] = symbol_names(row);
+  for (const DiffRow& row : diff.files) found[row.change.path] = symbol_names(row);
   EXPECT_EQ(found.at("lib.py"), "f1:3-4 ");
   EXPECT_EQ(found.at("new.py"), "f12:5-6 ");
   EXPECT_EQ(found.at("big.py"),

@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "lomarind/workers/git_history/answer_json.h"
 #include "lomarind/workers/git_history/git_history.h"
 #include "support/fake_history_neighbours.h"
 
@@ -33,8 +34,8 @@ class RecentChangesTest : public testing::GitHistoryTest {
 
   Json ask(bool include_symbols, std::int64_t limit, std::int64_t offset, bool source_only,
            std::optional<std::string> branch = std::nullopt) {
-    return history_.recent_changes(
-        repository_, root_, {"2 weeks", branch, include_symbols, limit, offset, source_only});
+    return to_json(history_.recent_changes(
+        repository_, root_, {"2 weeks", branch, include_symbols, limit, offset, source_only}));
   }
 };
 

@@ -1,28 +1,18 @@
-#include "cli/relative_time.h"
+#include "cli/time_text.h"
 
 #include <gtest/gtest.h>
 
 namespace lomarind::cli {
 namespace {
 
-TEST(RelativeTimeTest, ReadsOnlyTheAnswerTimeForm) {
-  using namespace std::chrono;
-  EXPECT_EQ(parse_answer_time("2024-05-01T12:00:00+00:00"), sys_days{2024y / May / 1} + 12h);
-  for (const char* bad : {"2024-05-01T12:00:00Z", "2024-02-30T00:00:00+00:00",
-                          "2024-05-01 12:00:00+00:00", "2024-05-01T24:00:00+00:00", ""}) {
-    SCOPED_TRACE(bad);
-    EXPECT_FALSE(parse_answer_time(bad));
-  }
-}
-
-TEST(RelativeTimeTest, PicksAReadableUnit) {
+TEST(TimeTextTest, PicksAReadableUnitAndShowsAFutureTimeAsItsDate) {
   using namespace std::chrono;
   const sys_seconds now = sys_days{2024y / June / 1};
   struct Case {
     seconds age;
     const char* expected;
   } cases[] = {
-      {-1s, "in the future"},    {0s, "just now"},
+      {-1s, "2024-06-01 00:00"}, {0s, "just now"},
       {45s, "45 seconds ago"},   {60min, "60 minutes ago"},
       {2h, "2 hours ago"},       {35h, "35 hours ago"},
       {days{3}, "3 days ago"},   {days{1} * 13, "13 days ago"},
@@ -33,6 +23,13 @@ TEST(RelativeTimeTest, PicksAReadableUnit) {
     SCOPED_TRACE(c.expected);
     EXPECT_EQ(relative_time(now - c.age, now), c.expected);
   }
+  EXPECT_EQ(relative_time(sys_days{2100y / January / 2} + 90min, now), "2100-01-02 01:30");
+}
+
+TEST(TimeTextTest, DatesOfAnyYear) {
+  EXPECT_EQ(date_text(0), "1970-01-01");
+  EXPECT_EQ(date_text(-1), "1969-12-31");
+  EXPECT_EQ(date_minute_text(299'000'000'000), "+11444-12-07 03:33");
 }
 
 }  // namespace
