@@ -145,6 +145,14 @@ TEST_F(ProgramSignalsTest, SignalEndsEveryCommandWithItsStatusAndNothingLeftRunn
     EXPECT_TRUE(err.starts_with(c.err)) << err;
     EXPECT_TRUE(lomarind::testing::hanging_sleep_ends(pid_file()));
     EXPECT_FALSE(std::filesystem::exists(repo_.root() / "out.html"));
+    // A first index stopped on its way leaves none, nor its draft.
+    const std::filesystem::path folder = repo_.root() / ".git" / "lomarind";
+    EXPECT_EQ(std::filesystem::exists(folder / "index.db"), c.hanging == "--no-walk=unsorted");
+    if (std::filesystem::exists(folder)) {
+      for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+        EXPECT_FALSE(entry.path().filename().string().starts_with(".index.db.new")) << entry.path();
+      }
+    }
     for (const auto& entry : std::filesystem::directory_iterator(repo_.root())) {
       EXPECT_FALSE(entry.path().filename().string().ends_with(".tmp")) << entry.path();
     }

@@ -19,27 +19,26 @@ constexpr std::string_view kFormat =
     "lomarind commit changes 1: log -z --raw --numstat -M, renameLimit=1000, myers, showRoot, "
     "no textconv";
 
-std::uint64_t fingerprint(std::string_view state) {
+std::uint64_t hash_of(std::string_view text) {
   StableHash hash;
   hash.text(kFormat);
-  hash.text(state);
+  hash.text(text);
   return hash.value();
 }
 
+CacheKey key_of(const DiffSettings& settings) {
+  return {.fingerprint = hash_of(settings.repository_state), .git = hash_of(settings.git_version)};
+}
+
 git_utils::FileChange change_of(const StoredChange& file, const FoundCommits& found) {
-  git_utils::FileChange change{.path = found.paths[file.path].path,
+  git_utils::FileChange change{.path = found.paths.at(file.path).path,
                                .status = std::string(status_name(file.status)),
                                .additions = file.additions,
                                .deletions = file.deletions,
                                .old_path = std::nullopt};
-  if (file.old_path != 0) change.old_path = found.paths[file.old_path].path;
+  if (file.old_path != 0) change.old_path = found.paths.at(file.old_path).path;
   return change;
 }
-
-// Up to this many paths, the attributes of the whole path table are asked
-// for while git lists the period's commits; beyond it, only those of the
-// paths the period's cached commits name, once they are known.
-constexpr std::size_t kPathsAskedAhead = 20000;
 
 }  // namespace
 
@@ -47,27 +46,17 @@ CacheUse::CacheUse(CommitCache cache, DiffSettings settings, const git_utils::Gi
                    const std::filesystem::path& repo_root)
     : cache_(std::move(cache)),
       settings_(std::move(settings)),
-      fingerprint_(fingerprint(settings_.repository_state)),
+      key_(key_of(settings_)),
       runner_(runner),
       repo_root_(repo_root) {}
 
-void CacheUse::prepare() {
-  paths_ = cache_.paths();
-  if (paths_.size() > kPathsAskedAhead) return;
-  std::vector<std::string> paths;
-  paths.reserve(paths_.size());
-  for (std::size_t id = 1; id < paths_.size(); ++id) paths.push_back(paths_[id].path);
-  learn_attributes(paths);
-}
-
-CacheUse start_use(const git_utils::GitRunner& runner, const std::filesystem::path& repo_root) {
+CacheUse start_use(const git_utils::GitRunner& runner, const std::filesystem::path& repo_root,
+                   std::uint64_t max_bytes) {
   DiffSettings settings = git_utils::read_diff_settings(runner, repo_root);
   if (!settings.checkable)
     throw CacheError("what shapes this repository's diffs cannot be checked");
-  CommitCache cache = CommitCache::open(cache_file(settings.common_dir));
-  CacheUse use(std::move(cache), std::move(settings), runner, repo_root);
-  use.prepare();
-  return use;
+  CommitCache cache = CommitCache::open(cache_file(settings.common_dir), max_bytes);
+  return CacheUse(std::move(cache), std::move(settings), runner, repo_root);
 }
 
 void CacheUse::learn_attributes(const std::vector<std::string>& paths) {
@@ -84,17 +73,17 @@ std::vector<std::size_t> CacheUse::fill(std::vector<CommitChanges>& commits) {
   std::vector<std::string> ids;
   ids.reserve(commits.size());
   for (const CommitChanges& commit : commits) ids.push_back(commit.commit);
-  FoundCommits found = cache_.find(fingerprint_, ids, std::move(paths_));
+  FoundCommits found = cache_.find(key_.fingerprint, ids);
   // A shallow commit's diff changes once its parents arrive.
   for (std::size_t i = 0; i < commits.size(); ++i) {
     if (settings_.shallow.contains(commits[i].commit)) found.commits[i].reset();
   }
-  const std::vector<bool> current = current_paths(found);
+  const std::unordered_set<std::uint32_t> changed = changed_paths(found);
   std::vector<std::size_t> missing;
   for (std::size_t i = 0; i < commits.size(); ++i) {
     const auto& files = found.commits[i];
-    if (!files || !std::all_of(files->begin(), files->end(), [&](const StoredChange& file) {
-          return current[file.path] && current[file.old_path];
+    if (!files || std::any_of(files->begin(), files->end(), [&](const StoredChange& file) {
+          return changed.contains(file.path) || changed.contains(file.old_path);
         })) {
       missing.push_back(i);
       continue;
@@ -105,25 +94,17 @@ std::vector<std::size_t> CacheUse::fill(std::vector<CommitChanges>& commits) {
   return missing;
 }
 
-// Which path numbers still have the attribute they were stored with (0,
-// "no path", always has).
-std::vector<bool> CacheUse::current_paths(const FoundCommits& found) {
-  std::vector<bool> used(found.paths.size(), false);
-  for (const auto& files : found.commits) {
-    if (!files) continue;
-    for (const StoredChange& file : *files) used[file.path] = used[file.old_path] = true;
-  }
+// The found paths are exactly those the found commits name.
+std::unordered_set<std::uint32_t> CacheUse::changed_paths(const FoundCommits& found) {
   std::vector<std::string> paths;
-  for (std::size_t id = 1; id < used.size(); ++id) {
-    if (used[id]) paths.push_back(found.paths[id].path);
-  }
+  paths.reserve(found.paths.size());
+  for (const auto& [id, path] : found.paths) paths.push_back(path.path);
   learn_attributes(paths);
-  std::vector<bool> current(found.paths.size(), false);
-  current[0] = true;
-  for (std::size_t id = 1; id < used.size(); ++id) {
-    current[id] = used[id] && attributes_.at(found.paths[id].path) == found.paths[id].attribute;
+  std::unordered_set<std::uint32_t> changed;
+  for (const auto& [id, path] : found.paths) {
+    if (attributes_.at(path.path) != path.attribute) changed.insert(id);
   }
-  return current;
+  return changed;
 }
 
 std::vector<CachedCommit> CacheUse::to_keep(const std::vector<CommitChanges>& commits,
@@ -148,8 +129,6 @@ std::vector<CachedCommit> CacheUse::to_keep(const std::vector<CommitChanges>& co
   return kept;
 }
 
-void CacheUse::keep(const std::vector<CachedCommit>& commits) {
-  cache_.store(fingerprint_, commits);
-}
+void CacheUse::keep(const std::vector<CachedCommit>& commits) { cache_.store(key_, commits); }
 
 }  // namespace lomarind::commit_cache

@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <string>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "lomarind/storage/commit_cache.h"
@@ -22,9 +23,6 @@ class CacheUse {
   CacheUse(CommitCache cache, git_utils::DiffSettings settings, const git_utils::GitRunner& runner,
            const std::filesystem::path& repo_root);
 
-  // Reads the path table and, unless it is too long to be worth it, asks
-  // git for the attributes of its paths. Throws CacheError or GitError.
-  void prepare();
   // Gives the commits the cache holds their files; returns the positions
   // of the others. Throws CacheError or GitError, having filled nothing.
   std::vector<std::size_t> fill(std::vector<git_utils::CommitChanges>& commits);
@@ -39,19 +37,20 @@ class CacheUse {
   // Asks git (once) for the `diff` attribute of each of `paths` not asked
   // yet.
   void learn_attributes(const std::vector<std::string>& paths);
-  std::vector<bool> current_paths(const FoundCommits& found);
+  // The numbers of the found paths whose attribute is not the stored one.
+  std::unordered_set<std::uint32_t> changed_paths(const FoundCommits& found);
 
   CommitCache cache_;
   const git_utils::DiffSettings settings_;
-  const std::uint64_t fingerprint_;
+  const CacheKey key_;
   const git_utils::GitRunner& runner_;
   const std::filesystem::path repo_root_;
-  std::vector<StoredPath> paths_;
   std::unordered_map<std::string, std::string> attributes_;
 };
 
-// The cache of the repository at `repo_root`, ready to be asked. Throws
-// CacheError or GitError when it cannot be used.
-CacheUse start_use(const git_utils::GitRunner& runner, const std::filesystem::path& repo_root);
+// The cache of the repository at `repo_root`, ready to be asked, kept
+// under `max_bytes`. Throws CacheError or GitError when it cannot be used.
+CacheUse start_use(const git_utils::GitRunner& runner, const std::filesystem::path& repo_root,
+                   std::uint64_t max_bytes = kCacheBytes);
 
 }  // namespace lomarind::commit_cache

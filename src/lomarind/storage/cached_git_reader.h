@@ -14,6 +14,7 @@
 #pragma once
 
 #include <atomic>
+#include <cstdint>
 #include <filesystem>
 #include <future>
 #include <mutex>
@@ -21,6 +22,7 @@
 #include <string_view>
 #include <vector>
 
+#include "lomarind/storage/commit_cache.h"
 #include "lomarind/utils/git_cli.h"
 #include "lomarind/utils/git_reader_wrapper.h"
 #include "lomarind/utils/git_runner.h"
@@ -39,12 +41,15 @@ std::filesystem::path cache_file(const std::filesystem::path& common_dir);
 class CachedGitReader final : public git_utils::GitReaderWrapper {
  public:
   // `git` and the sink of `warnings` must outlive the reader; `runner` runs
-  // the few git commands that check what shapes a commit's diff.
-  CachedGitReader(const git_utils::GitCli& git, git_utils::GitRunner runner, Logger warnings)
+  // the few git commands that check what shapes a commit's diff. The cache
+  // file is kept under `max_bytes`.
+  CachedGitReader(const git_utils::GitCli& git, git_utils::GitRunner runner, Logger warnings,
+                  std::uint64_t max_bytes = kCacheBytes)
       : GitReaderWrapper(git),
         git_(git),
         runner_(std::move(runner)),
-        warnings_(std::move(warnings)) {}
+        warnings_(std::move(warnings)),
+        max_bytes_(max_bytes) {}
   // Waits for the last period's commits to be stored.
   ~CachedGitReader() override;
   CachedGitReader(const CachedGitReader&) = delete;
@@ -73,6 +78,7 @@ class CachedGitReader final : public git_utils::GitReaderWrapper {
   const git_utils::GitCli& git_;
   const git_utils::GitRunner runner_;
   const Logger warnings_;
+  const std::uint64_t max_bytes_;
   mutable std::atomic<bool> warned_ = false;
   mutable std::mutex storing_mutex_;
   // The last period's store: why it failed, if it did.

@@ -3,15 +3,10 @@
 #include <SQLiteCpp/Exception.h>
 #include <SQLiteCpp/Statement.h>
 #include <SQLiteCpp/Transaction.h>
-#include <fcntl.h>
+#include <fmt/format.h>
 #include <sqlite3.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
-#include <cerrno>
-#include <cstring>
 #include <exception>
-#include <fstream>
 #include <string>
 #include <system_error>
 
@@ -31,10 +26,6 @@ CREATE TABLE meta    (key TEXT PRIMARY KEY, value TEXT);
 constexpr std::string_view kSchemaColumns =
     "files(path,language,component) meta(key,value) "
     "symbols(path,name,kind,fqn,start_line,end_line) ";
-
-// 512 MiB of 4 KiB pages: more than a full rebuild of a large repository
-// writes, yet a bound on memory.
-constexpr int kSpillPages = 131072;
 
 constexpr std::string_view kForeignAdvice = "; pass --index FILE or remove it";
 
@@ -130,59 +121,48 @@ void verify_schema(const SQLite::Database& db, const std::filesystem::path& path
   }
 }
 
-// Removes a file on every exit path unless released.
-class UnlinkGuard {
- public:
-  explicit UnlinkGuard(std::string path) : path_(std::move(path)) {}
-  ~UnlinkGuard() { ::unlink(path_.c_str()); }
-  UnlinkGuard(const UnlinkGuard&) = delete;
-  UnlinkGuard& operator=(const UnlinkGuard&) = delete;
+// In write-ahead-log mode a writer never blocks a reader, whatever the
+// size of its transaction, and a writer killed at any instant, in its
+// commit too, leaves only log frames that no reader uses: no hot journal
+// that a read-only reader would have to roll back. The mode is kept in the
+// file. Where the log cannot be shared (a file system without shared
+// memory) SQLite keeps its rollback journal, and the index still works.
+void use_write_ahead_log(SQLite::Database& db) { db.exec("PRAGMA journal_mode = WAL"); }
 
- private:
-  std::string path_;
-};
-
-// The mode a file created with 0666 gets under the process umask, which
-// Linux shows in /proc/self/status; reading it there leaves the umask, which
-// every thread shares, untouched.
-mode_t new_file_mode() {
-  std::ifstream status("/proc/self/status");
-  for (std::string line; std::getline(status, line);) {
-    if (line.starts_with("Umask:")) {
-      return static_cast<mode_t>(0666 & ~std::stoul(line.substr(6), nullptr, 8));
+// The file as an SQLite URI, which may say that it never changes.
+std::string file_uri(const std::filesystem::path& location, bool immutable) {
+  std::string uri = "file:";
+  for (const char c : location.string()) {
+    if (c == '%' || c == '?' || c == '#') {
+      uri += fmt::format("%{:02X}", static_cast<unsigned char>(c));
+    } else {
+      uri += c;
     }
   }
-  return 0644;
+  return immutable ? uri + "?immutable=1" : uri;
 }
 
-// Builds an empty index beside `location` and links it into place, so the
-// file appears with its schema or not at all, and a file that appeared in
-// the meantime is left alone.
-void create_index_file(const std::filesystem::path& location, const std::filesystem::path& path) {
+// Whether opening `location` failed for want of the write-ahead log's
+// shared memory (a folder we cannot write), with no log in use beside it.
+bool needs_shared_memory(const SQLite::Exception& e, const std::filesystem::path& location) {
   std::error_code error;
-  std::filesystem::create_directories(location.parent_path(), error);
-  if (error) throw IndexError(failure(path, "create", error.message()));
-  std::string temporary = location.parent_path() / ".";
-  temporary += location.filename().string();
-  temporary += ".new-XXXXXX";
-  const int fd = ::mkstemp(temporary.data());
-  if (fd < 0) throw IndexError(failure(path, "create", std::strerror(errno)));
-  UnlinkGuard remove_temporary(temporary);
-  ::fchmod(fd, new_file_mode());  // mkstemp made it 0600
-  ::close(fd);
-  try {
-    SQLite::Database db(temporary.c_str(), SQLite::OPEN_READWRITE | SQLite::OPEN_NOFOLLOW);
-    SQLite::Transaction transaction(db);
-    db.exec(kSchemaTables);
-    db.exec(kCreateSymbolsIndex);
-    db.exec("PRAGMA user_version = " + std::to_string(kIndexSchemaVersion));
-    transaction.commit();
-  } catch (const SQLite::Exception&) {
-    throw_index_error(path, "create");
-  }
-  if (::link(temporary.c_str(), location.c_str()) != 0 && errno != EEXIST) {
-    throw IndexError(failure(path, "create", std::strerror(errno)));
-  }
+  return (e.getErrorCode() == SQLITE_READONLY || e.getErrorCode() == SQLITE_CANTOPEN) &&
+         !std::filesystem::exists(location.string() + "-wal", error) && !error;
+}
+
+// Every use of the connection holds the handle's own mutex, so SQLite's
+// lock around each call (thousands per query) would only repeat it.
+std::unique_ptr<IndexDb::Impl> open_read_only(const std::filesystem::path& location,
+                                              const std::filesystem::path& path, bool immutable) {
+  auto impl = std::unique_ptr<IndexDb::Impl>(new IndexDb::Impl{
+      path,
+      SQLite::Database(
+          file_uri(location, immutable),
+          SQLite::OPEN_READONLY | SQLite::OPEN_NOFOLLOW | SQLite::OPEN_NOMUTEX | SQLite::OPEN_URI,
+          kBusyTimeoutMs),
+      {}});
+  verify_schema(impl->db, path);
+  return impl;
 }
 
 }  // namespace
@@ -204,24 +184,39 @@ std::unique_ptr<IndexDb::Impl> open_index_for_queries(const std::filesystem::pat
   const std::filesystem::path location = resolve_location(path);
   if (!index_file_exists(location, path)) return nullptr;
   try {
-    // Every use of the connection holds the handle's own mutex, so SQLite's
-    // lock around each call (thousands per query) would only repeat it.
-    auto impl = std::unique_ptr<IndexDb::Impl>(new IndexDb::Impl{
-        path,
-        SQLite::Database(location.c_str(),
-                         SQLite::OPEN_READONLY | SQLite::OPEN_NOFOLLOW | SQLite::OPEN_NOMUTEX,
-                         kBusyTimeoutMs),
-        {}});
-    verify_schema(impl->db, path);
-    return impl;
+    try {
+      return open_read_only(location, path, false);
+    } catch (const SQLite::Exception& e) {
+      if (!needs_shared_memory(e, location)) throw;
+    }
+    // Nobody writes the index (a writer leaves its log beside it), and a
+    // folder we cannot write gives no room for the log's shared memory:
+    // the file is read as one that cannot change.
+    return open_read_only(location, path, true);
   } catch (const SQLite::Exception&) {
     throw_index_error(path, "open");
   }
 }
 
-SQLite::Database open_index_for_writing(const std::filesystem::path& path, int busy_timeout_ms) {
-  const std::filesystem::path location = resolve_location(path);
-  if (!index_file_exists(location, path)) create_index_file(location, path);
+std::filesystem::path index_location(const std::filesystem::path& path) {
+  return resolve_location(path);
+}
+
+bool index_exists(const std::filesystem::path& location, const std::filesystem::path& path) {
+  return index_file_exists(location, path);
+}
+
+void write_index_schema(SQLite::Database& db) {
+  use_write_ahead_log(db);
+  SQLite::Transaction transaction(db);
+  db.exec(kSchemaTables);
+  db.exec(kCreateSymbolsIndex);
+  db.exec("PRAGMA user_version = " + std::to_string(kIndexSchemaVersion));
+  transaction.commit();
+}
+
+SQLite::Database open_index_for_writing(const std::filesystem::path& location,
+                                        const std::filesystem::path& path, int busy_timeout_ms) {
   try {
     SQLite::Database db(location.c_str(), SQLite::OPEN_READWRITE | SQLite::OPEN_NOFOLLOW,
                         busy_timeout_ms);
@@ -231,10 +226,7 @@ SQLite::Database open_index_for_writing(const std::filesystem::path& path, int b
                                "the file is read-only; make it writable or pass "
                                "--index FILE"));
     }
-    // Dirty pages stay in memory until commit, so readers are not locked
-    // out while a run builds its transaction; only a transaction larger than
-    // the threshold spills to the file early, which takes the exclusive lock.
-    db.exec("PRAGMA cache_spill = " + std::to_string(kSpillPages));
+    use_write_ahead_log(db);  // an index made before the log was used
     return db;
   } catch (const SQLite::Exception&) {
     throw_index_error(path, "open");

@@ -37,10 +37,22 @@ struct IndexDb::Impl {
 // file at `path`. Throws IndexError for a file we must not or cannot use.
 std::unique_ptr<IndexDb::Impl> open_index_for_queries(const std::filesystem::path& path);
 
-// Opens the index file for writing, creating it with the schema when there
-// is none (the new file appears whole or not at all). Throws IndexError for
-// a symlink, a foreign or read-only file.
-SQLite::Database open_index_for_writing(const std::filesystem::path& path,
+// Where the index `path` names is, its folder's symbolic links resolved:
+// only the file itself is never followed. Throws IndexError for a name
+// that is no file name.
+std::filesystem::path index_location(const std::filesystem::path& path);
+
+// Whether an index file is at `location`. Throws IndexError, naming `path`,
+// for anything there but a regular file (a symbolic link above all).
+bool index_exists(const std::filesystem::path& location, const std::filesystem::path& path);
+
+// Writes the schema, in write-ahead-log mode, into the new, empty `db`.
+void write_index_schema(SQLite::Database& db);
+
+// Opens the existing index file at `location` for writing; `path` names it
+// in messages. Throws IndexError for a foreign or read-only file.
+SQLite::Database open_index_for_writing(const std::filesystem::path& location,
+                                        const std::filesystem::path& path,
                                         int busy_timeout_ms = kBusyTimeoutMs);
 
 // A TEXT column that may be NULL.

@@ -42,10 +42,20 @@ std::string prefix_end(std::string prefix) {
   return prefix;
 }
 
+// A draft to build when there is no index at `path` yet.
+std::unique_ptr<IndexDraft> draft_if_new(const std::filesystem::path& path) {
+  const std::filesystem::path location = index_location(path);
+  if (index_exists(location, path)) return nullptr;
+  return std::make_unique<IndexDraft>(location, path);
+}
+
 }  // namespace
+
 IndexWriter::IndexWriter(const std::filesystem::path& path, int busy_timeout_ms)
     : path_(path),
-      db_(open_index_for_writing(path, busy_timeout_ms)),
+      draft_(draft_if_new(path)),
+      db_(open_index_for_writing(draft_ ? draft_->file() : index_location(path), path,
+                                 busy_timeout_ms)),
       delete_file_(db_, "DELETE FROM files WHERE path = ?"),
       delete_symbols_(db_, "DELETE FROM symbols WHERE path = ?"),
       insert_file_(db_, "INSERT INTO files (path, language, component) VALUES (?, ?, ?)"),
@@ -214,6 +224,7 @@ void IndexWriter::commit() {
     db_.exec("COMMIT");
   });
   open_ = false;
+  if (draft_) draft_->publish(db_);
 }
 
 }  // namespace lomarind::repository_changes

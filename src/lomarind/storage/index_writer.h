@@ -8,10 +8,12 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "lomarind/storage/index_draft.h"
 #include "lomarind/storage/index_file.h"
 #include "lomarind/storage/repository_changes.h"
 
@@ -38,9 +40,10 @@ struct IndexedFile {
 
 class IndexWriter {
  public:
-  // Opens (or creates) the index at `path` and takes its write lock
-  // (BEGIN IMMEDIATE), waiting up to `busy_timeout_ms` for another writer.
-  // Throws IndexError when the file cannot be used or stays busy.
+  // Opens the index at `path` and takes its write lock (BEGIN IMMEDIATE),
+  // waiting up to `busy_timeout_ms` for another writer; where there is no
+  // index yet, the run writes a new one that appears at `path` only with
+  // commit(). Throws IndexError when the file cannot be used or stays busy.
   explicit IndexWriter(const std::filesystem::path& path, int busy_timeout_ms = kBusyTimeoutMs);
   // Rolls back unless commit() ran: the index stays as it was.
   ~IndexWriter();
@@ -84,6 +87,9 @@ class IndexWriter {
   void guarded(Write write) const;
 
   std::filesystem::path path_;
+  // A first run writes a draft, moved into place by commit(); destroyed
+  // after the connection to it.
+  std::unique_ptr<IndexDraft> draft_;
   SQLite::Database db_;
   SQLite::Statement delete_file_;
   SQLite::Statement delete_symbols_;

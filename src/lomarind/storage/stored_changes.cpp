@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <limits>
 
 namespace lomarind::commit_cache {
 namespace {
@@ -71,12 +72,12 @@ std::uint64_t checksum(std::string_view commit, std::uint64_t fingerprint,
 }
 
 std::uint64_t checksum(std::string_view commit, std::uint64_t fingerprint,
-                       const std::vector<StoredChange>& files,
-                       const std::vector<StoredPath>& paths) {
+                       const std::vector<StoredChange>& files, const PathTable& paths) {
   StableHash hash = row_hash(commit, fingerprint);
   for (const StoredChange& file : files) {
-    add_file(hash, status_name(file.status), paths[file.path],
-             file.old_path != 0 ? &paths[file.old_path] : nullptr, file.additions, file.deletions);
+    add_file(hash, status_name(file.status), paths.at(file.path),
+             file.old_path != 0 ? &paths.at(file.old_path) : nullptr, file.additions,
+             file.deletions);
   }
   return hash.value();
 }
@@ -85,9 +86,11 @@ std::string_view status_name(std::uint32_t status) { return kStatuses.at(status)
 
 // One file after another: status, path number, old path number + 1 (0:
 // none), additions, deletions, each a base-128 varint.
-std::vector<StoredChange> decode(std::string_view blob, std::size_t paths) {
-  auto path_id = [paths](std::uint64_t id) {
-    if (id == 0 || id >= paths) damaged("an entry names an unknown path");
+std::vector<StoredChange> decode(std::string_view blob) {
+  auto path_id = [](std::uint64_t id) {
+    if (id == 0 || id > std::numeric_limits<std::uint32_t>::max()) {
+      damaged("an entry names an impossible path number");
+    }
     return static_cast<std::uint32_t>(id);
   };
   std::vector<StoredChange> files;

@@ -8,6 +8,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "lomarind/utils/git_utils.h"
@@ -37,6 +38,9 @@ struct StoredPath {
   std::string attribute;
 };
 
+// Paths of the path table by number: only those some rows name.
+using PathTable = std::unordered_map<std::uint32_t, StoredPath>;
+
 // One file of a commit as stored: its paths by their number in the path
 // table, so that reading a commit copies no strings.
 struct StoredChange {
@@ -61,9 +65,10 @@ bool storable(const std::vector<CachedChange>& files);
 // The row of `files`. REQUIRES: storable(files).
 std::string encode(const std::vector<CachedChange>& files, const PathNumber& number);
 
-// The files of a row that encode() wrote against a path table of `paths`
-// numbers (number 0 unused). Throws CacheError for anything else.
-std::vector<StoredChange> decode(std::string_view row, std::size_t paths);
+// The files of a row that encode() wrote. Throws CacheError for anything
+// else. Whether the path numbers it holds are in the path table is the
+// caller's to check.
+std::vector<StoredChange> decode(std::string_view row);
 
 // FNV-1a, 64 bits: the same for the same input in every build and process,
 // which std::hash is not.
@@ -93,8 +98,8 @@ class StableHash {
 std::uint64_t checksum(std::string_view commit, std::uint64_t fingerprint,
                        const std::vector<CachedChange>& files);
 // The same for a row as read, against the path table it names.
+// REQUIRES: `paths` holds every path number of `files`.
 std::uint64_t checksum(std::string_view commit, std::uint64_t fingerprint,
-                       const std::vector<StoredChange>& files,
-                       const std::vector<StoredPath>& paths);
+                       const std::vector<StoredChange>& files, const PathTable& paths);
 
 }  // namespace lomarind::commit_cache

@@ -74,6 +74,7 @@ DiffSettings read_diff_settings(const GitRunner& git, const std::filesystem::pat
   if (config_text.find("replace.refbase\n") != std::string::npos) settings.checkable = false;
   const std::string replace_text = replace_refs.get();
   const std::string version_text = version.get();
+  settings.git_version = version_text;
   const std::string grafts =
       small_file(settings.common_dir / "info" / "grafts", settings.checkable);
   settings.shallow =

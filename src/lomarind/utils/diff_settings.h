@@ -20,6 +20,9 @@ struct DiffSettings {
   // grafts. Equal text,
   // equal diffs (given equal attributes per path).
   std::string repository_state;
+  // `git version`'s answer: hosts running different gits keep apart what
+  // each read.
+  std::string git_version;
   // Commits whose parents the repository does not have: their diff changes
   // when a fetch deepens the history.
   std::set<std::string> shallow;

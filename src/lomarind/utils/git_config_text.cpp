@@ -76,6 +76,22 @@ bool read_section(Chars& in, ConfigEntry& entry) {
   return !name.empty();
 }
 
+// What `\c` stands for in a value; nullopt for an escape git rejects.
+std::optional<char> unescaped(char c) {
+  switch (c) {
+    case 't':
+      return '\t';
+    case 'b':
+      return '\b';
+    case 'n':
+      return '\n';
+    case '\\':
+    case '"':
+      return c;
+  }
+  return std::nullopt;
+}
+
 // A value after "=", up to the end of its (last continued) line. Nullopt
 // for one git rejects: an unknown escape, or a quote left open.
 std::optional<std::string> read_value(Chars& in) {
@@ -101,24 +117,11 @@ std::optional<std::string> read_value(Chars& in) {
       continue;
     }
     if (c == '\\') {
-      switch (c = in.next()) {
-        case '\n':
-          continue;  // the value goes on on the next line
-        case 't':
-          c = '\t';
-          break;
-        case 'b':
-          c = '\b';
-          break;
-        case 'n':
-          c = '\n';
-          break;
-        case '\\':
-        case '"':
-          break;
-        default:
-          return std::nullopt;
-      }
+      c = in.next();
+      if (c == '\n') continue;  // the value goes on on the next line
+      const std::optional<char> plain = unescaped(c);
+      if (!plain) return std::nullopt;
+      c = *plain;
     }
     value.push_back(c);
   }

@@ -22,6 +22,14 @@ namespace lomarind::git_utils {
 void refuse_blocking_inputs(const std::filesystem::path& repo_root,
                             const std::vector<std::string>& environment);
 
+// The safe.directory entries of the system config at `file` (normally
+// /etc/gitconfig) and of the files its include.path entries name, read as
+// git reads them: those after the last entry that empties the list. The
+// file and what it includes are refused as above; a missing file has none.
+// `environment` gives HOME for "~/".
+std::vector<std::string> system_safe_directories(const std::filesystem::path& file,
+                                                 const std::vector<std::string>& environment);
+
 // Throws GitError naming the first .gitattributes in any folder of the work
 // tree of `repo_root` that is no regular file. git reads the one of each
 // folder whose files it diffs; the walk costs too much to run before every

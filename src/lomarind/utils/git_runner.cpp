@@ -2,6 +2,8 @@
 
 #include <unistd.h>
 
+#include <algorithm>
+#include <cctype>
 #include <cerrno>
 #include <chrono>
 #include <string_view>
@@ -58,6 +60,26 @@ bool is_dropped(std::string_view entry) {
   return entry.starts_with("GIT_") || entry.starts_with("LC_ALL=");
 }
 
+std::optional<std::string_view> variable(const std::vector<std::string>& environment,
+                                         std::string_view name) {
+  for (const std::string& entry : environment) {
+    if (entry.size() > name.size() && entry.starts_with(name) && entry[name.size()] == '=') {
+      return std::string_view(entry).substr(name.size() + 1);
+    }
+  }
+  return std::nullopt;
+}
+
+// The system config the user's git reads with `environment`; empty: none.
+std::filesystem::path system_config(const std::vector<std::string>& environment) {
+  std::string off(variable(environment, "GIT_CONFIG_NOSYSTEM").value_or(""));
+  std::transform(off.begin(), off.end(), off.begin(),
+                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  if (off != "" && off != "0" && off != "false" && off != "no" && off != "off") return {};
+  const std::string_view named = variable(environment, "GIT_CONFIG_SYSTEM").value_or("");
+  return named.empty() ? std::filesystem::path(kSystemConfig) : std::filesystem::path(named);
+}
+
 std::string_view trim(std::string_view text) {
   constexpr std::string_view kBlanks = " \t\r\n";
   std::size_t first = text.find_first_not_of(kBlanks);
@@ -101,6 +123,18 @@ std::vector<std::string> GitRunner::command_line(const std::filesystem::path& re
                                                  const std::vector<std::string>& args) const {
   std::vector<std::string> argv = {options_.git_program};
   argv.insert(argv.end(), std::begin(kSafetyOptions), std::end(kSafetyOptions));
+  // GIT_CONFIG_NOSYSTEM hides the system config, and with it the
+  // administrator's safe.directory entries; git honours them from the
+  // command line as from that file.
+  const std::vector<std::string> start =
+      options_.environment ? *options_.environment : subprocess::inherited_environment();
+  const std::filesystem::path system = options_.system_config.value_or(system_config(start));
+  if (!system.empty()) {
+    for (const std::string& directory : system_safe_directories(system, start)) {
+      argv.push_back("-c");
+      argv.push_back("safe.directory=" + directory);
+    }
+  }
   argv.push_back("-C");
   argv.push_back(repo_root.string());
   argv.insert(argv.end(), args.begin(), args.end());

@@ -34,6 +34,10 @@ inline constexpr std::chrono::seconds kGitInactivityLimit = subprocess::kInactiv
 // stopped if it is found.
 inline constexpr std::chrono::milliseconds kSilenceCheck{2000};
 
+// Where git reads the system config from (its sysconfdir on Debian and
+// most distributions).
+inline constexpr char kSystemConfig[] = "/etc/gitconfig";
+
 struct GitRunnerOptions {
   std::string git_program = "git";  // a path, or a name looked up on PATH
   // The environment each command starts from ("NAME=value" entries); none:
@@ -44,6 +48,12 @@ struct GitRunnerOptions {
   // Once *stop is true, a running command is killed and run() throws
   // subprocess::Interrupted. Must outlive the runner.
   const std::atomic<bool>* stop = nullptr;
+  // The administrator's config, whose safe.directory entries count as they
+  // do for the user's own git; nothing else of it applies. Empty: none.
+  // Unset: the one the user's git reads, as the starting environment says
+  // (none under GIT_CONFIG_NOSYSTEM, else GIT_CONFIG_SYSTEM, else
+  // kSystemConfig).
+  std::optional<std::filesystem::path> system_config;
 };
 
 class GitRunner {
@@ -98,7 +108,8 @@ class GitRunner {
   bool fits_command_line(const std::filesystem::path& repo_root,
                          const std::vector<std::string>& args) const;
 
-  // The full argument vector run() starts for `args`.
+  // The full argument vector run() starts for `args`. Throws GitError when
+  // the system config is no regular file.
   std::vector<std::string> command_line(const std::filesystem::path& repo_root,
                                         const std::vector<std::string>& args) const;
   // The environment git runs with: the starting environment minus every

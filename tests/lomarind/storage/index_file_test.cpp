@@ -2,12 +2,17 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <signal.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <fstream>
 #include <string>
 
 #include "lomarind/storage/index_writer.h"
+#include "lomarind/storage/sqlite_index.h"
 #include "support/temp_git_repo.h"
 
 namespace lomarind::repository_changes {
@@ -69,8 +74,8 @@ TEST_F(IndexFileTest, WriterMakesMissingDirectoriesThroughSymlinksAndNothingElse
   std::filesystem::create_directory_symlink(dir_.path() / "real", dir_.path() / "link");
   const std::filesystem::path nested = dir_.path() / "link" / "a" / "index.db";
   { IndexWriter(nested).commit(); }
-  EXPECT_FALSE(IndexDb::open_for_queries(nested).empty());
   EXPECT_EQ(std::distance(std::filesystem::directory_iterator(nested.parent_path()), {}), 1);
+  EXPECT_FALSE(IndexDb::open_for_queries(nested).empty());
 }
 
 // The umask is the process's: the death-test child may change its own.
@@ -90,17 +95,109 @@ TEST_F(IndexFileTest, NewIndexFileKeepsTheUsersUmask) {
   }
 }
 
-TEST_F(IndexFileTest, ReadOnlyFileStillAnswersQueries) {
-  IndexWriter(index_path()).commit();
-  ::chmod(index_path().c_str(), 0444);
-  EXPECT_THAT(SqliteIndex().indexed_paths(IndexDb::open_for_queries(index_path()), {"a.py"}),
-              ::testing::IsEmpty());
+// In write-ahead-log mode a writer, however much it has written, never
+// blocks a query, which answers from the last commit. This one spills its
+// pages early, which under a rollback journal would lock every reader out.
+TEST_F(IndexFileTest, QueriesAnswerWhileAWriterHoldsABigTransaction) {
+  {
+    IndexWriter writer(index_path());
+    writer.put_file({"a.py", "python", "lib", {}});
+    writer.commit();
+  }
+  const auto answer = [&] {
+    return SqliteIndex().indexed_paths(IndexDb::open_for_queries(index_path()), {"a.py", "b.py"});
+  };
+  const IndexedPaths before = answer();
+  ASSERT_EQ(before.size(), 1u);
+  SQLite::Database writer(index_path().c_str(), SQLite::OPEN_READWRITE);
+  writer.exec("PRAGMA cache_size = 10; BEGIN IMMEDIATE");
+  writer.exec(
+      "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 50000) "
+      "INSERT INTO symbols SELECT 'b.py', 'f' || i, 'function', 'f' || i, i, i FROM n;"
+      "INSERT INTO files VALUES ('b.py', 'python', 'lib')");
+  EXPECT_EQ(answer(), before);
+  writer.exec("COMMIT");
+  EXPECT_EQ(answer().size(), 2u);
+}
+
+// Whether a user who may read but not write the index and its folder gets
+// `paths` known paths from it. Root may write anything, so the check runs
+// as nobody in a child process.
+bool answers_read_only(const std::filesystem::path& index, std::size_t paths) {
+  if (::setgid(65534) != 0 || ::setuid(65534) != 0) return false;
+  return SqliteIndex().indexed_paths(IndexDb::open_for_queries(index), {"a.py", "b.py"}).size() ==
+         paths;
+}
+
+// Queries need no write access: a read-only index in a read-only folder
+// answers, alone and while its owner writes it.
+TEST_F(IndexFileTest, ReadOnlyFileAndFolderStillAnswerQueries) {
+  if (::geteuid() != 0) GTEST_SKIP() << "needs root to run as a user without write access";
+  {
+    IndexWriter writer(index_path());
+    writer.put_file({"a.py", "python", "lib", {}});
+    writer.commit();
+  }
+  ASSERT_EQ(::chmod(dir_.path().c_str(), 0755), 0);
+  ASSERT_EQ(::chmod(index_path().c_str(), 0644), 0);
+  EXPECT_EXIT(std::exit(answers_read_only(index_path(), 1) ? 0 : 1), ::testing::ExitedWithCode(0),
+              "");
+  {
+    IndexWriter writer(index_path());
+    writer.put_file({"b.py", "python", "lib", {}});
+    EXPECT_EXIT(std::exit(answers_read_only(index_path(), 1) ? 0 : 1), ::testing::ExitedWithCode(0),
+                "");
+    writer.commit();
+  }
+  // A writer killed with its pages written out leaves no hot journal that
+  // a reader without write access would have to roll back.
+  const pid_t killed = ::fork();
+  ASSERT_GE(killed, 0);
+  if (killed == 0) {
+    SQLite::Database writer(index_path().c_str(), SQLite::OPEN_READWRITE);
+    writer.exec("PRAGMA cache_size = 10; BEGIN IMMEDIATE; DELETE FROM files");
+    writer.exec(
+        "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 50000) "
+        "INSERT INTO symbols SELECT 'b.py', 'f' || i, 'function', 'f' || i, i, i FROM n");
+    ::raise(SIGKILL);
+  }
+  ASSERT_EQ(::waitpid(killed, nullptr, 0), killed);
+  EXPECT_EXIT(std::exit(answers_read_only(index_path(), 2) ? 0 : 1), ::testing::ExitedWithCode(0),
+              "");
 }
 
 TEST_F(IndexFileTest, SecondWriterIsToldTheIndexIsBusy) {
+  IndexWriter(index_path()).commit();
   IndexWriter writer(index_path());
   EXPECT_THAT([&] { IndexWriter second(index_path(), 50); },
               ThrowsMessage<IndexError>(HasSubstr("the index is busy")));
+}
+
+// A first run's index appears whole when it commits, and a first run that
+// stops before leaves nothing behind, not an empty index.
+TEST_F(IndexFileTest, FirstIndexAppearsOnlyWhenItsRunCommits) {
+  // SQLite's own files beside an index that a query opened do not count.
+  const auto files_here = [&] {
+    return std::count_if(std::filesystem::directory_iterator(dir_.path()), {},
+                         [](const auto& file) {
+                           const std::string name = file.path().filename().string();
+                           return !name.ends_with("-wal") && !name.ends_with("-shm");
+                         });
+  };
+  {
+    IndexWriter unfinished(index_path());
+    unfinished.put_file({"a.py", "python", "lib", {}});
+  }
+  EXPECT_EQ(files_here(), 0);
+  {
+    IndexWriter first(index_path());
+    first.put_file({"a.py", "python", "lib", {}});
+    EXPECT_FALSE(std::filesystem::exists(index_path()));
+    first.commit();
+    EXPECT_EQ(SqliteIndex().indexed_paths(IndexDb::open_for_queries(index_path()), {"a.py"}).size(),
+              1u);
+  }
+  EXPECT_EQ(files_here(), 1);
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <chrono>
 #include <fstream>
@@ -90,6 +91,64 @@ TEST_F(GitRunnerTest, FifoWhereGitReadsAttributesOrConfigIsRefused) {
   }
   std::ofstream(git_dir / "config", std::ios::app) << "[core]\n attributesFile = /dev/null\n";
   EXPECT_EQ(git.resolve_commit(repo_.root(), "main"), first_);  // a common way to switch it off
+}
+
+// git refuses a repository another user owns unless safe.directory says
+// otherwise. The administrator's entries in the system config count (read
+// as git reads that file), and nothing else of that file does: here a
+// bigFileThreshold that would make every file binary.
+TEST_F(GitRunnerTest, SystemConfigSafeDirectoriesCountAndNothingElse) {
+  if (::geteuid() != 0) GTEST_SKIP() << "only root can give a repository to another user";
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(repo_.root())) {
+    ASSERT_EQ(::lchown(entry.path().c_str(), 65534, 65534), 0);
+  }
+  ASSERT_EQ(::lchown(repo_.root().c_str(), 65534, 65534), 0);  // to nobody
+  const std::string root = repo_.root().string();
+  std::ofstream(scratch_.path() / "included") << "[safe]\n\tdirectory = " << root << "\n";
+  const std::string big = "[core]\n\tbigFileThreshold = 1\n";
+  struct Case {
+    std::string name;
+    std::string system_config;
+    bool trusted;
+  } cases[] = {
+      {"no entry", big, false},
+      {"the repository, before a comment", "[safe] directory = " + root + " ; ok\n" + big, true},
+      {"every repository", "[safe]\n\tdirectory = \"*\"\n" + big, true},
+      {"through include.path", "[include]\n\tpath = included\n" + big, true},
+      {"through includeIf, which git never applies there",
+       "[includeIf \"gitdir:/\"]\n\tpath = included\n", false},
+      {"emptied after", "[safe]\n\tdirectory = " + root + "\n\tdirectory =\n", false},
+      {"emptied before", "[safe]\n\tdirectory\n\tdirectory = " + root + "\n", true},
+  };
+  const std::filesystem::path system = scratch_.path() / "gitconfig";
+  GitRunnerOptions options{
+      .git_program = "git",
+      .environment = std::vector<std::string>{"PATH=/usr/bin:/bin", "HOME=" + scratch_.path().string()},
+      .inactivity_limit = kGitInactivityLimit,
+      .stop = nullptr,
+      .system_config = system};
+  const GitCli git(GitRunner(options), [] { return kNow; });
+  const std::vector<CommitChanges> counted = {
+      {first_,
+       1000,
+       {{"a.txt", "added", 1, 0, std::nullopt}, {"sub/b.txt", "added", 1, 0, std::nullopt}}}};
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    std::ofstream(system, std::ios::trunc) << c.system_config;
+    if (c.trusted) {
+      EXPECT_EQ(git.log_commit_changes(repo_.root(), sys_seconds{}, "main", 10), counted);
+    } else {
+      EXPECT_NE(git_error([&] {
+                  git.resolve_commit(repo_.root(), "main");
+                }).find("detected dubious ownership"),
+                std::string::npos);
+    }
+  }
+  std::filesystem::remove(system);
+  ASSERT_EQ(::mkfifo(system.c_str(), 0600), 0);
+  EXPECT_TRUE(git_error([&] {
+                git.resolve_commit(repo_.root(), "main");
+              }).starts_with("refusing to run git: the system config " + system.string()));
 }
 
 // With SIGCHLD ignored the kernel reaps git and its exit status is lost: a

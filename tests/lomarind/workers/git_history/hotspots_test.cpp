@@ -69,7 +69,7 @@ TEST_F(HotspotsTest, BadGroupByFailsBeforeThePeriodAndBadPeriodBeforeGit) {
   const std::pair<std::string, std::string> cases[] = {{"File", "'File'"}, {"it's", "\"it's\""}};
   git_.periods.clear();
   for (const auto& [value, quoted] : cases) {
-    EXPECT_EQ(testing::history_error_of([&] { ask(value, 1, 0, false); }).what(),
+    EXPECT_EQ(testing::history_error_of([&, &value = value] { ask(value, 1, 0, false); }).what(),
               "group_by must be 'file' or 'component'; got " + quoted);
   }
   EXPECT_THAT(git_.calls, IsEmpty());

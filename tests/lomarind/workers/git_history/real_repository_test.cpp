@@ -17,7 +17,7 @@ class HistoryOnARealRepositoryTest : public ::testing::Test {
  protected:
   testing::TempGitRepo repo_;
   const testing::IsolatedGit isolated_;
-  const NullLogSink sink_;
+  const NullLogSink sink_{};
   const ProductionHistory production_{
       {.now = [] { return std::chrono::sys_seconds(std::chrono::seconds(1714600000)); },
        .runner = isolated_.runner()},

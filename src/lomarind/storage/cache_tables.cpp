@@ -1,0 +1,162 @@
+#include "lomarind/storage/cache_tables.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <string_view>
+#include <unordered_set>
+
+namespace lomarind::commit_cache {
+namespace {
+
+// Pruning stops after this many rounds even if the file is still over its
+// target: the next store goes on where it stopped.
+constexpr int kPruneRounds = 4;
+
+std::string_view blob(const SQLite::Column& column) {
+  return {static_cast<const char*>(column.getBlob()), static_cast<std::size_t>(column.getBytes())};
+}
+
+void bind_blob(SQLite::Statement& statement, int index, const std::string& value) {
+  statement.bind(index, value.data(), static_cast<int>(value.size()));
+}
+
+std::int64_t pragma(SQLite::Database& db, const char* name) {
+  return db.execAndGet(std::string("PRAGMA ") + name).getInt64();
+}
+
+// The bytes of the pages in use; free pages are not counted.
+std::uint64_t live_bytes(SQLite::Database& db) {
+  const std::int64_t pages = pragma(db, "page_count") - pragma(db, "freelist_count");
+  return static_cast<std::uint64_t>(std::max<std::int64_t>(pages, 0)) *
+         static_cast<std::uint64_t>(pragma(db, "page_size"));
+}
+
+// Entries are numbered in the order they were stored.
+void drop_oldest(SQLite::Database& db, std::int64_t rows) {
+  SQLite::Statement drop(
+      db,
+      "DELETE FROM commits WHERE seq <= (SELECT seq FROM commits ORDER BY seq LIMIT 1 OFFSET ?)");
+  drop.bind(1, rows - 1);
+  drop.exec();
+}
+
+void delete_each(SQLite::Database& db, const char* sql, const std::vector<std::int64_t>& keys) {
+  SQLite::Statement drop(db, sql);
+  for (const std::int64_t key : keys) {
+    drop.reset();
+    drop.bind(1, key);
+    drop.exec();
+  }
+}
+
+// Every remaining entry is read (pruning is rare); one that no longer
+// decodes goes too.
+void drop_unused_paths(SQLite::Database& db) {
+  std::unordered_set<std::int64_t> named;
+  std::vector<std::int64_t> damaged, unused;
+  SQLite::Statement rows(db, "SELECT seq, files FROM commits");
+  while (rows.executeStep()) {
+    try {
+      for (const StoredChange& file : decode(blob(rows.getColumn(1)))) {
+        named.insert(file.path);
+        named.insert(file.old_path);
+      }
+    } catch (const CacheError&) {
+      damaged.push_back(rows.getColumn(0).getInt64());
+    }
+  }
+  SQLite::Statement ids(db, "SELECT id FROM paths");
+  while (ids.executeStep()) {
+    if (!named.contains(ids.getColumn(0).getInt64())) unused.push_back(ids.getColumn(0).getInt64());
+  }
+  delete_each(db, "DELETE FROM commits WHERE seq = ?", damaged);
+  delete_each(db, "DELETE FROM paths WHERE id = ?", unused);
+}
+
+}  // namespace
+
+std::vector<std::optional<StoredRow>> read_rows(SQLite::Database& db, std::uint64_t fingerprint,
+                                                const std::vector<std::string>& commits) {
+  std::vector<std::optional<StoredRow>> rows(commits.size());
+  SQLite::Statement lookup(db,
+                           "SELECT files, checksum FROM commits WHERE id = ? AND fingerprint = ?");
+  for (std::size_t i = 0; i < commits.size(); ++i) {
+    lookup.reset();
+    lookup.bind(1, commits[i]);
+    lookup.bind(2, static_cast<std::int64_t>(fingerprint));
+    if (lookup.executeStep()) {
+      rows[i] = StoredRow{decode(blob(lookup.getColumn(0))),
+                          static_cast<std::uint64_t>(lookup.getColumn(1).getInt64())};
+    }
+  }
+  return rows;
+}
+
+PathReader::PathReader(SQLite::Database& db)
+    : lookup_(db, "SELECT path, attribute FROM paths WHERE id = ?") {}
+
+bool PathReader::add(const std::vector<StoredChange>& files, PathTable& paths) {
+  return std::all_of(files.begin(), files.end(), [&](const StoredChange& file) {
+    return add(file.path, paths) && (file.old_path == 0 || add(file.old_path, paths));
+  });
+}
+
+bool PathReader::add(std::uint32_t id, PathTable& paths) {
+  if (paths.contains(id)) return true;
+  lookup_.reset();
+  lookup_.bind(1, static_cast<std::int64_t>(id));
+  if (!lookup_.executeStep()) return false;
+  paths.emplace(id, StoredPath{lookup_.getColumn(0).getString(), lookup_.getColumn(1).getString()});
+  return true;
+}
+
+PathWriter::PathWriter(SQLite::Database& db)
+    : db_(db),
+      lookup_(db, "SELECT id FROM paths WHERE path = ? AND attribute = ?"),
+      insert_(db, "INSERT INTO paths (path, attribute) VALUES (?, ?)") {}
+
+std::uint32_t PathWriter::number(const std::string& path, const std::string& attribute) {
+  // Neither a path nor an attribute value holds a NUL.
+  auto [known, added] = known_.try_emplace(path + '\0' + attribute, 0);
+  if (!added) return known->second;
+  lookup_.reset();
+  bind_blob(lookup_, 1, path);
+  bind_blob(lookup_, 2, attribute);
+  std::int64_t id;
+  if (lookup_.executeStep()) {
+    id = lookup_.getColumn(0).getInt64();
+  } else {
+    insert_.reset();
+    bind_blob(insert_, 1, path);
+    bind_blob(insert_, 2, attribute);
+    insert_.exec();
+    id = db_.getLastInsertRowid();
+  }
+  if (id <= 0 || id > std::numeric_limits<std::uint32_t>::max()) {
+    throw CacheError("the cache file is damaged (a path number is out of range)");
+  }
+  known->second = static_cast<std::uint32_t>(id);
+  return known->second;
+}
+
+void prune(SQLite::Database& db, std::uint64_t max_bytes) {
+  std::uint64_t live = live_bytes(db);
+  if (live <= max_bytes) return;
+  const std::uint64_t target = max_bytes / 4 * 3;
+  // Each round drops the share of entries by which the file is over its
+  // target; the pages of the indexes empty more slowly than the entries'
+  // own, hence a few rounds.
+  for (int round = 0; round < kPruneRounds && live > target; ++round) {
+    const std::int64_t rows = db.execAndGet("SELECT count(*) FROM commits").getInt64();
+    if (rows == 0) break;
+    const double share = static_cast<double>(live - target) / static_cast<double>(live);
+    drop_oldest(db, std::max<std::int64_t>(1, static_cast<std::int64_t>(
+                                                  std::ceil(static_cast<double>(rows) * share))));
+    drop_unused_paths(db);
+    live = live_bytes(db);
+  }
+  db.exec("PRAGMA incremental_vacuum");
+}
+
+}  // namespace lomarind::commit_cache
