@@ -18,10 +18,10 @@
 #include <string>
 #include <vector>
 
+#include "lomarind/extents/symbol_extents.h"
+#include "lomarind/process/subprocess.h"
 #include "lomarind/storage/ctags_tags.h"
-#include "lomarind/storage/symbol_extents.h"
 #include "lomarind/utils/language_filter.h"
-#include "lomarind/utils/subprocess.h"
 
 namespace {
 

@@ -11,8 +11,8 @@
 #include <string>
 #include <vector>
 
+#include "lomarind/process/subprocess.h"
 #include "lomarind/storage/indexer.h"
-#include "lomarind/utils/subprocess.h"
 
 namespace {
 

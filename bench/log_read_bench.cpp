@@ -16,8 +16,8 @@
 #include <utility>
 #include <vector>
 
-#include "lomarind/utils/git_parse.h"
-#include "lomarind/utils/log_parser.h"
+#include "lomarind/git/git_parse.h"
+#include "lomarind/git/log_parser.h"
 #include "lomarind/workers/git_history/period.h"
 
 namespace {

@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <string_view>
 
-#include "lomarind/utils/git_parse.h"
+#include "lomarind/git/git_parse.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string_view patch(reinterpret_cast<const char*>(data), size);

@@ -6,8 +6,8 @@
 #include <optional>
 #include <string_view>
 
-#include "lomarind/utils/git_parse.h"
-#include "lomarind/utils/log_parser.h"
+#include "lomarind/git/git_parse.h"
+#include "lomarind/git/log_parser.h"
 
 using lomarind::git_utils::CommitChanges;
 using lomarind::git_utils::GitError;

@@ -12,10 +12,10 @@
 #include <string_view>
 #include <utility>
 
+#include "lomarind/production/production_history.h"
 #include "lomarind/storage/sqlite_index.h"
 #include "lomarind/workers/git_history/answer_json.h"
 #include "lomarind/workers/git_history/coupling.h"
-#include "lomarind/workers/git_history/default_neighbours.h"
 #include "py_bindings.h"
 #include "py_convert.h"
 #include "py_host.h"

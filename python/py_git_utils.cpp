@@ -2,7 +2,7 @@
 // clock is the wall clock, without the GIL.
 #include <chrono>
 
-#include "lomarind/workers/git_history/default_neighbours.h"
+#include "lomarind/production/production_history.h"
 #include "py_bindings.h"
 #include "py_convert.h"
 #include "py_host.h"

@@ -13,11 +13,11 @@
 #include <atomic>
 #include <stdexcept>
 
+#include "lomarind/production/production_history.h"
 #include "lomarind/storage/repository_changes.h"
 #include "lomarind/storage/sqlite_index.h"
 #include "lomarind/utils/git_utils.h"
 #include "lomarind/utils/logging.h"
-#include "lomarind/workers/git_history/default_neighbours.h"
 #include "lomarind/workers/git_history/git_history.h"
 
 namespace lomarind::python {

@@ -7,9 +7,9 @@
 #include <filesystem>
 
 #include "cli/commands.h"
+#include "lomarind/production/production_history.h"
 #include "lomarind/storage/sqlite_index.h"
 #include "lomarind/utils/logging.h"
-#include "lomarind/workers/git_history/default_neighbours.h"
 
 namespace lomarind::cli {
 

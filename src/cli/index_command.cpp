@@ -7,10 +7,10 @@
 #include "cli/commands.h"
 #include "cli/display_text.h"
 #include "cli/repository_location.h"
+#include "lomarind/process/subprocess.h"
+#include "lomarind/production/production_history.h"
 #include "lomarind/storage/cached_git_reader.h"
 #include "lomarind/storage/indexer.h"
-#include "lomarind/utils/subprocess.h"
-#include "lomarind/workers/git_history/default_neighbours.h"
 #include "lomarind/workers/git_history/records.h"
 
 namespace lomarind::cli {

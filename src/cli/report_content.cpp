@@ -4,7 +4,7 @@
 
 #include "cli/history_session.h"
 #include "cli/report.h"
-#include "lomarind/utils/kept_log_reader.h"
+#include "lomarind/git/kept_log_reader.h"
 #include "lomarind/workers/git_history/period.h"
 
 namespace lomarind::cli {

@@ -7,8 +7,8 @@
 #include <ostream>
 
 #include "cli/command_line.h"
+#include "lomarind/git/git_runner.h"
 #include "lomarind/storage/sqlite_index.h"
-#include "lomarind/utils/git_runner.h"
 
 namespace lomarind::cli {
 

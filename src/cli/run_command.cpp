@@ -7,7 +7,7 @@
 #include "cli/history_session.h"
 #include "cli/report.h"
 #include "cli/repository_location.h"
-#include "lomarind/utils/git_runner.h"
+#include "lomarind/git/git_runner.h"
 #include "lomarind/workers/git_history/coupling.h"
 #include "lomarind/workers/git_history/records.h"
 

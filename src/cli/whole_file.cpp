@@ -12,7 +12,7 @@
 #include <string>
 
 #include "cli/display_text.h"
-#include "lomarind/utils/blocked_signals.h"
+#include "lomarind/process/blocked_signals.h"
 
 namespace lomarind::cli {
 

@@ -14,9 +14,9 @@
 #include <string_view>
 #include <vector>
 
+#include "lomarind/production/production_history.h"
 #include "lomarind/storage/sqlite_index.h"
 #include "lomarind/utils/logging.h"
-#include "lomarind/workers/git_history/default_neighbours.h"
 #include "lomarind/workers/git_history/git_history.h"
 #include "support/fake_git_reader.h"
 #include "support/recording_log_sink.h"

@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "lomarind/utils/git_runner.h"
+#include "lomarind/git/git_runner.h"
 #include "lomarind/utils/git_utils.h"
 #include "support/temp_git_repo.h"
 

@@ -7,7 +7,7 @@
 #include <iterator>
 #include <stdexcept>
 
-#include "lomarind/utils/subprocess.h"
+#include "lomarind/process/subprocess.h"
 
 namespace lomarind::testing {
 namespace {

@@ -11,9 +11,9 @@
 #include <unordered_set>
 #include <vector>
 
+#include "lomarind/git/diff_settings.h"
+#include "lomarind/git/git_runner.h"
 #include "lomarind/storage/commit_cache.h"
-#include "lomarind/utils/diff_settings.h"
-#include "lomarind/utils/git_runner.h"
 #include "lomarind/utils/git_utils.h"
 
 namespace lomarind::commit_cache {

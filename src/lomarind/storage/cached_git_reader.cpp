@@ -4,9 +4,9 @@
 #include <optional>
 #include <utility>
 
+#include "lomarind/process/blocked_signals.h"
 #include "lomarind/storage/cache_use.h"
 #include "lomarind/storage/commit_cache.h"
-#include "lomarind/utils/blocked_signals.h"
 
 namespace lomarind::commit_cache {
 

@@ -22,10 +22,10 @@
 #include <string_view>
 #include <vector>
 
+#include "lomarind/git/git_cli.h"
+#include "lomarind/git/git_reader_wrapper.h"
+#include "lomarind/git/git_runner.h"
 #include "lomarind/storage/commit_cache.h"
-#include "lomarind/utils/git_cli.h"
-#include "lomarind/utils/git_reader_wrapper.h"
-#include "lomarind/utils/git_runner.h"
 #include "lomarind/utils/git_utils.h"
 #include "lomarind/utils/logging.h"
 

@@ -10,11 +10,11 @@
 #include <thread>
 #include <unordered_map>
 
+#include "lomarind/extents/symbol_extents.h"
+#include "lomarind/process/blocked_signals.h"
+#include "lomarind/process/subprocess.h"
 #include "lomarind/storage/ctags_tags.h"
 #include "lomarind/storage/sqlite_index.h"
-#include "lomarind/storage/symbol_extents.h"
-#include "lomarind/utils/blocked_signals.h"
-#include "lomarind/utils/subprocess.h"
 
 namespace lomarind::repository_changes {
 namespace {

@@ -10,8 +10,8 @@
 #include <string>
 #include <vector>
 
+#include "lomarind/process/subprocess.h"
 #include "lomarind/storage/index_writer.h"
-#include "lomarind/utils/subprocess.h"
 
 namespace lomarind::repository_changes {
 

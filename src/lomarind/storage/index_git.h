@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "lomarind/utils/git_runner.h"
+#include "lomarind/git/git_runner.h"
 
 namespace lomarind::repository_changes {
 

@@ -10,7 +10,7 @@
 #include <unordered_map>
 #include <vector>
 
-#include "lomarind/utils/git_runner.h"
+#include "lomarind/git/git_runner.h"
 
 namespace lomarind::repository_changes {
 

@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "lomarind/process/subprocess.h"
 #include "lomarind/storage/components.h"
 #include "lomarind/storage/ctags_runner.h"
 #include "lomarind/storage/index_git.h"
@@ -13,7 +14,6 @@
 #include "lomarind/storage/index_writer.h"
 #include "lomarind/storage/sqlite_index.h"
 #include "lomarind/utils/language_filter.h"
-#include "lomarind/utils/subprocess.h"
 
 namespace lomarind::indexer {
 namespace {

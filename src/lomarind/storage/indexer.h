@@ -12,8 +12,8 @@
 #include <functional>
 #include <string>
 
+#include "lomarind/process/subprocess.h"
 #include "lomarind/storage/index_git.h"
-#include "lomarind/utils/subprocess.h"
 
 namespace lomarind::indexer {
 

@@ -11,8 +11,8 @@
 #include <functional>
 #include <future>
 
-#include "lomarind/utils/git_cli.h"
-#include "lomarind/utils/subprocess.h"
+#include "lomarind/git/git_cli.h"
+#include "lomarind/process/subprocess.h"
 #include "support/isolated_git.h"
 #include "support/recording_log_sink.h"
 #include "support/temp_git_repo.h"

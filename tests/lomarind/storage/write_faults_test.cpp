@@ -4,10 +4,10 @@
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 
+#include "lomarind/production/production_history.h"
 #include "lomarind/storage/indexer.h"
 #include "lomarind/storage/sqlite_index.h"
 #include "lomarind/workers/git_history/answer_json.h"
-#include "lomarind/workers/git_history/default_neighbours.h"
 #include "support/faulty_sqlite.h"
 #include "support/isolated_git.h"
 #include "support/temp_git_repo.h"

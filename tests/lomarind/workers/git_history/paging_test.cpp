@@ -5,7 +5,7 @@
 #include <limits>
 #include <numeric>
 
-#include "lomarind/workers/git_history/default_neighbours.h"
+#include "lomarind/production/production_history.h"
 
 namespace lomarind::git_history::detail {
 namespace {

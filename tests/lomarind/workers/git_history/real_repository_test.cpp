@@ -4,8 +4,8 @@
 
 #include <map>
 
+#include "lomarind/production/production_history.h"
 #include "lomarind/storage/indexer.h"
-#include "lomarind/workers/git_history/default_neighbours.h"
 #include "lomarind/workers/git_history/git_history.h"
 #include "support/isolated_git.h"
 #include "support/temp_git_repo.h"

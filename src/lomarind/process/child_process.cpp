@@ -1,0 +1,166 @@
+#include "lomarind/process/child_process.h"
+
+#include <poll.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <system_error>
+#include <utility>
+
+#include "lomarind/process/child_watchdog.h"
+#include "lomarind/process/subprocess.h"
+
+namespace lomarind::subprocess {
+namespace {
+
+constexpr std::chrono::milliseconds kStopCheck{100};
+
+// A system call's result, repeated while a signal interrupts it.
+template <typename Call>
+auto retried(Call call) {
+  auto result = call();
+  while (result < 0 && errno == EINTR) result = call();
+  return result;
+}
+
+std::vector<char*> c_strings(const std::vector<std::string>& strings) {
+  std::vector<char*> out;
+  out.reserve(strings.size() + 1);
+  for (const std::string& s : strings) out.push_back(const_cast<char*>(s.c_str()));
+  out.push_back(nullptr);
+  return out;
+}
+
+// The spawn's file actions: the standard descriptors, the folder, and no
+// other descriptor of ours (a host may have left some inheritable).
+class FileActions {
+ public:
+  explicit FileActions(const ChildSpec& spec) {
+    ::posix_spawn_file_actions_init(&actions_);
+    for (int fd = 0; fd < 3; ++fd)
+      check(::posix_spawn_file_actions_adddup2(&actions_, spec.stdio[fd], fd));
+    if (!spec.working_directory.empty()) {
+      check(::posix_spawn_file_actions_addchdir_np(&actions_, spec.working_directory.c_str()));
+    }
+    check(::posix_spawn_file_actions_addclosefrom_np(&actions_, 3));
+  }
+  ~FileActions() { ::posix_spawn_file_actions_destroy(&actions_); }
+  FileActions(const FileActions&) = delete;
+  FileActions& operator=(const FileActions&) = delete;
+
+  const posix_spawn_file_actions_t* get() const { return &actions_; }
+
+ private:
+  static void check(int error) {
+    if (error != 0) throw_errno(error, "cannot prepare a child process");
+  }
+  posix_spawn_file_actions_t actions_;
+};
+
+// A group of its own: Ctrl-C on a terminal reaches us alone, and we decide
+// how the child ends; killing the group ends whatever the child started.
+// No signal blocked, none ignored: a host may block or ignore some (SIGPIPE
+// above all), and exec would hand that on.
+class Attributes {
+ public:
+  Attributes() {
+    ::posix_spawnattr_init(&attributes_);
+    sigset_t none, all;
+    sigemptyset(&none);
+    sigfillset(&all);
+    ::posix_spawnattr_setflags(
+        &attributes_, POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+    ::posix_spawnattr_setpgroup(&attributes_, 0);
+    ::posix_spawnattr_setsigmask(&attributes_, &none);
+    ::posix_spawnattr_setsigdefault(&attributes_, &all);
+  }
+  ~Attributes() { ::posix_spawnattr_destroy(&attributes_); }
+  Attributes(const Attributes&) = delete;
+  Attributes& operator=(const Attributes&) = delete;
+
+  const posix_spawnattr_t* get() const { return &attributes_; }
+
+ private:
+  posix_spawnattr_t attributes_;
+};
+
+}  // namespace
+
+ChildProcess::ChildProcess(const ChildSpec& spec) : name_(spec.argv.at(0)) {
+  std::vector<char*> argv = c_strings(spec.argv);
+  std::vector<char*> envp = c_strings(spec.environment);
+  const FileActions actions(spec);
+  const Attributes attributes;
+  // glibc reports a failed exec here, having reaped that child.
+  if (const int error = ::posix_spawn(&pid_, spec.program.c_str(), actions.get(), attributes.get(),
+                                      argv.data(), envp.data());
+      error != 0) {
+    throw_errno(error, "cannot run " + name_);
+  }
+  watch_group(pid_);
+  // Through syscall(): glibc 2.36 declares pidfd_open without C linkage for
+  // C++. Absent on an old kernel; wait() then polls.
+  exited_ = UniqueFd(static_cast<int>(::syscall(SYS_pidfd_open, pid_, 0)));
+}
+
+// The child is unwatched only once it has exited, while its number is
+// still taken (waitid's WNOWAIT leaves it a zombie), and reaped after that.
+ChildProcess::~ChildProcess() {
+  if (pid_ <= 0) return;
+  ::kill(-pid_, SIGKILL);
+  ::kill(pid_, SIGKILL);
+  siginfo_t info;
+  retried([&] { return ::waitid(P_PID, static_cast<id_t>(pid_), &info, WEXITED | WNOWAIT); });
+  unwatch_group(pid_);
+  retried([&] { return ::waitpid(pid_, nullptr, 0); });
+}
+
+std::optional<int> ChildProcess::try_reap() {
+  siginfo_t info{};
+  if (retried([&] {
+        return ::waitid(P_PID, static_cast<id_t>(pid_), &info, WEXITED | WNOHANG | WNOWAIT);
+      }) == 0 &&
+      info.si_pid == 0) {
+    return std::nullopt;  // still running
+  }
+  unwatch_group(pid_);
+  const pid_t pid = std::exchange(pid_, -1);
+  int status = 0;
+  if (retried([&] { return ::waitpid(pid, &status, 0); }) < 0) {
+    const int error = errno;
+    std::string what = "cannot learn how " + name_ + " exited";
+    if (error == ECHILD) {
+      what +=
+          " because this process ignores SIGCHLD; restore SIGCHLD's default action (SIG_DFL) "
+          "in the host process";
+    }
+    throw_errno(error, what);
+  }
+  return status;
+}
+
+int ChildProcess::wait(std::chrono::milliseconds limit, const std::atomic<bool>* stop) {
+  using Clock = std::chrono::steady_clock;
+  const Clock::time_point deadline = Clock::now() + limit;
+  // Without a descriptor to wait on, the waits grow from 1 ms: a child
+  // that closed its outputs is usually about to exit.
+  std::chrono::milliseconds nap{1};
+  for (;;) {
+    if (const std::optional<int> status = try_reap()) return *status;
+    if (stop != nullptr && stop->load()) throw Interrupted(name_);
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - Clock::now());
+    if (left.count() <= 0) throw Timeout(name_, limit, true);
+    const auto span =
+        std::min({left, stop != nullptr ? kStopCheck : left, exited_.valid() ? left : nap});
+    pollfd exited{exited_.get(), POLLIN, 0};
+    ::poll(&exited, exited_.valid() ? 1 : 0, static_cast<int>(span.count()));
+    nap = std::min(nap * 2, kStopCheck);
+  }
+}
+
+}  // namespace lomarind::subprocess
