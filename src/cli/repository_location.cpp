@@ -6,6 +6,7 @@
 
 #include "cli/display_text.h"
 #include "lomarind/storage/indexer.h"
+#include "lomarind/utils/text.h"
 
 namespace lomarind::cli {
 
@@ -17,13 +18,6 @@ namespace fs = std::filesystem;
 std::string printed_path(std::string out) {
   if (!out.empty() && out.back() == '\n') out.pop_back();
   return out;
-}
-
-std::string trimmed(std::string_view text) {
-  const auto first = text.find_first_not_of(" \t\r\n");
-  if (first == std::string_view::npos) return "";
-  const auto last = text.find_last_not_of(" \t\r\n");
-  return std::string(text.substr(first, last - first + 1));
 }
 
 // git's words when the repository belongs to another user than the one
@@ -46,11 +40,11 @@ std::string rev_parse(const git_utils::GitRunner& git, const std::string& repo,
   args.insert(args.begin(), "rev-parse");
   const git_utils::GitResult result = git.run(repo, args);
   if (result.exit_status != 0 && result.err.find(kDubiousOwnership) != std::string::npos) {
-    throw std::runtime_error(not_owned_message(repo, trimmed(result.err)));
+    throw std::runtime_error(not_owned_message(repo, std::string(text::trim(result.err))));
   }
   if (result.exit_status != 0 || result.out.empty() || result.out.front() == '\n') {
     std::string message = quoted_text(repo) + " is not inside a git work tree";
-    if (const std::string why = trimmed(result.err); !why.empty()) message += " (" + why + ")";
+    if (const std::string why(text::trim(result.err)); !why.empty()) message += " (" + why + ")";
     throw std::runtime_error(message + "; pass --repo with a folder of a repository");
   }
   return result.out;

@@ -4,6 +4,7 @@
 
 #include "lomarind/extents/script_literals.h"
 #include "lomarind/extents/source_literals.h"
+#include "lomarind/utils/text.h"
 
 namespace lomarind::repository_changes {
 namespace {
@@ -15,12 +16,6 @@ constexpr std::string_view kOperandWords[] = {
     "return", "typeof", "case",  "do",    "else", "in",  "of",   "new",       "delete",
     "void",   "throw",  "yield", "await", "and",  "or",  "not",  "if",        "unless",
     "when",   "while",  "until", "split", "grep", "map", "join", "instanceof"};
-
-std::string_view trimmed(std::string_view text) {
-  const std::size_t first = text.find_first_not_of(" \t\r");
-  if (first == std::string_view::npos) return {};
-  return text.substr(first, text.find_last_not_of(" \t\r") + 1 - first);
-}
 
 }  // namespace
 
@@ -140,7 +135,7 @@ void LexerState::directive() {
   const std::string_view directive = text_.substr(name, name_end - name);
   if (directive == "if" || directive == "ifdef" || directive == "ifndef") {
     // #if 0 is how C comments code out.
-    const std::string_view condition = trimmed(text_.substr(name_end, end - name_end));
+    const std::string_view condition = text::trim(text_.substr(name_end, end - name_end));
     brackets_.begin_if(directive == "if" && condition.starts_with('0') &&
                        (condition.size() == 1 || !lit::is_word_byte(condition[1])));
   } else if (directive.starts_with("elif") || directive == "else") {

@@ -8,6 +8,7 @@
 
 #include "lomarind/git/config_walk.h"
 #include "lomarind/utils/git_utils.h"
+#include "lomarind/utils/text.h"
 
 namespace lomarind::git_utils {
 namespace {
@@ -22,12 +23,6 @@ std::optional<std::string> variable(const std::vector<std::string>& environment,
     }
   }
   return std::nullopt;
-}
-
-std::string_view trim(std::string_view text) {
-  const std::size_t first = text.find_first_not_of(" \t\r");
-  if (first == std::string_view::npos) return {};
-  return text.substr(first, text.find_last_not_of(" \t\r") - first + 1);
 }
 
 // The first line of `file`, refused unless it is regular or missing:
@@ -58,11 +53,11 @@ std::optional<GitDirs> git_dirs(const fs::path& start) {
     } else if (fs::exists(dot_git, error)) {
       const std::string line = first_line(dot_git, "the .git file");
       if (!line.starts_with("gitdir: ")) return std::nullopt;
-      git_dir = dir / trim(std::string_view(line).substr(8));
+      git_dir = dir / text::trim(std::string_view(line).substr(8));
     }
     if (!git_dir.empty()) {
       const std::string common = first_line(git_dir / "commondir", "the common dir file");
-      const fs::path common_dir = common.empty() ? git_dir : git_dir / trim(common);
+      const fs::path common_dir = common.empty() ? git_dir : git_dir / text::trim(common);
       return GitDirs{dir, git_dir, common_dir};
     }
     if (dir == dir.parent_path()) break;

@@ -12,6 +12,7 @@
 #include "lomarind/git/git_inputs.h"
 #include "lomarind/process/subprocess.h"
 #include "lomarind/utils/git_utils.h"
+#include "lomarind/utils/text.h"
 
 namespace lomarind::git_utils {
 namespace {
@@ -78,14 +79,6 @@ std::filesystem::path system_config(const std::vector<std::string>& environment)
   if (off != "" && off != "0" && off != "false" && off != "no" && off != "off") return {};
   const std::string_view named = variable(environment, "GIT_CONFIG_SYSTEM").value_or("");
   return named.empty() ? std::filesystem::path(kSystemConfig) : std::filesystem::path(named);
-}
-
-std::string_view trim(std::string_view text) {
-  constexpr std::string_view kBlanks = " \t\r\n";
-  std::size_t first = text.find_first_not_of(kBlanks);
-  if (first == std::string_view::npos) return {};
-  std::size_t last = text.find_last_not_of(kBlanks);
-  return text.substr(first, last - first + 1);
 }
 
 // Names the git command (not our safety options) and the limit, and where
@@ -197,7 +190,7 @@ std::string GitRunner::run_checked(const std::filesystem::path& repo_root,
 
 GitError GitRunner::failure(const std::filesystem::path& repo_root,
                             const std::vector<std::string>& args, const GitResult& result) const {
-  std::string_view message = trim(result.err);
+  std::string_view message = text::trim(result.err);
   return GitError(message.empty() ? "git exited with status " + std::to_string(result.exit_status)
                                   : std::string(message),
                   command_line(repo_root, args), result.exit_status);

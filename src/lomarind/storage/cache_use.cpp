@@ -5,7 +5,7 @@
 #include <unordered_set>
 #include <utility>
 
-#include "lomarind/storage/cached_git_reader.h"
+#include "lomarind/storage/commit_cache.h"
 
 namespace lomarind::commit_cache {
 namespace {

@@ -46,10 +46,6 @@ struct Ready {
 
 }  // namespace
 
-std::filesystem::path cache_file(const std::filesystem::path& common_dir) {
-  return common_dir / "lomarind" / "commits.db";
-}
-
 void CachedGitReader::warn_once(const std::string& message) const {
   if (warned_.exchange(true)) return;
   warnings_.warning("%s; reading every commit from git (LOMARIND_NO_CACHE=1 turns the cache off)",

@@ -34,10 +34,6 @@ namespace lomarind::commit_cache {
 // The logger of the cache's own warnings.
 inline constexpr std::string_view kCacheLoggerName = "lomarind.commit_cache";
 
-// The cache file of the repository whose git common dir is `common_dir`,
-// beside the default index and shared by every worktree.
-std::filesystem::path cache_file(const std::filesystem::path& common_dir);
-
 class CachedGitReader final : public git_utils::GitReaderWrapper {
  public:
   // `git` and the sink of `warnings` must outlive the reader; `runner` runs

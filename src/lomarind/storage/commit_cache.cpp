@@ -14,6 +14,11 @@
 #include "lomarind/storage/sqlite_schema.h"
 
 namespace lomarind::commit_cache {
+
+std::filesystem::path cache_file(const std::filesystem::path& common_dir) {
+  return common_dir / "lomarind" / "commits.db";
+}
+
 namespace {
 
 // "lmcc": tells our file from any other SQLite database.

@@ -21,6 +21,10 @@
 
 namespace lomarind::commit_cache {
 
+// The cache file of the repository whose git common dir is `common_dir`,
+// beside the default index and shared by every worktree.
+std::filesystem::path cache_file(const std::filesystem::path& common_dir);
+
 // The cap on the cache file's size.
 inline constexpr std::uint64_t kCacheBytes = 64ull << 20;
 
