@@ -82,11 +82,11 @@ std::string partners_text(const std::vector<gh::MissingPartner>& partners,
     return fmt::format("Probably also needs: nothing; no file on {} keeps changing with these.\n",
                        base);
   }
-  return "\n" +
-         styled(
-             fmt::format("Probably also needs (they keep changing with these files on {}):", base),
-             Style::kBold, options.colour) +
-         "\n" + terminal_table(make_grid(missing_partner_columns(), std::span(partners)), options);
+  return fmt::format(
+      "\n{}\n{}",
+      styled(fmt::format("Probably also needs (they keep changing with these files on {}):", base),
+             Style::kBold, options.colour),
+      terminal_table(make_grid(missing_partner_columns(), std::span(partners)), options));
 }
 
 }  // namespace

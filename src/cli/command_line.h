@@ -17,9 +17,8 @@
 namespace lomarind::cli {
 
 inline constexpr int kExitOk = 0;
-inline constexpr int kExitFailure = 1;        // the question could not be answered
-inline constexpr int kExitUsage = 2;          // the command line itself is wrong
-inline constexpr int kExitInterrupted = 130;  // the shells' code for a run ended by Ctrl-C
+inline constexpr int kExitFailure = 1;  // the question could not be answered
+inline constexpr int kExitUsage = 2;    // the command line itself is wrong
 
 struct GlobalOptions {
   std::string repo = ".";            // any folder inside a work tree

@@ -57,7 +57,7 @@ std::size_t display_width(std::string_view text) {
   return width;
 }
 
-std::string quoted_text(std::string_view text) { return "'" + terminal_text(text) + "'"; }
+std::string quoted_text(std::string_view text) { return fmt::format("'{}'", terminal_text(text)); }
 
 std::string shortened_middle(std::string_view text, std::size_t width) {
   if (display_width(text) <= width) return std::string(text);

@@ -20,12 +20,12 @@ std::optional<ReportFormat> format_of_name(const std::filesystem::path& output) 
 }  // namespace
 
 ReportFormat report_format(const ReportArgs& args) {
-  const std::optional<ReportFormat> named =
-      args.output && *args.output != "-" ? format_of_name(*args.output) : std::nullopt;
+  std::optional<ReportFormat> named;
+  if (args.output && *args.output != "-") named = format_of_name(*args.output);
   if (!args.format) return named.value_or(ReportFormat::kHtml);
   const ReportFormat asked =
       *args.format == "markdown" ? ReportFormat::kMarkdown : ReportFormat::kHtml;
-  if (named && *named != asked) {
+  if (named.value_or(asked) != asked) {
     throw std::runtime_error("--output " + quoted_text(*args.output) + " is named as " +
                              (*named == ReportFormat::kHtml ? "an HTML page" : "a Markdown file") +
                              " but --format is " + *args.format + "; name the file ." +

@@ -37,7 +37,7 @@ std::string markdown_table(std::string_view title, const Grid& grid) {
   std::string out = head + "\n" + rule + "\n";
   for (const Grid::Line& line : grid.lines) {
     out += "|";
-    for (const CellValue& value : line.cells) out += " " + markdown_cell(value) + " |";
+    for (const CellValue& value : line.cells) out += fmt::format(" {} |", markdown_cell(value));
     if (grid.has_details) {
       std::string symbols;
       for (const std::string& detail : line.details) {

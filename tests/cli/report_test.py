@@ -173,6 +173,13 @@ def test_page_in_a_browser_shows_every_hotspot_and_no_name_as_markup(repo):
     assert len(boxes) == len(files["hotspots"])
     assert all(next(box.find("title")).text().split("\n")[0] in {shown(r["name"]) for r in files["hotspots"]}
                for box in boxes)
+    # The hottest files always carry a label: their name, or their rank in the key.
+    hottest = {shown(r["name"]) for r in files["hotspots"][:10]}
+    labelled = {next(box.find("title")).text().split("\n")[0] for box in boxes
+                if list(box.find("text"))}
+    assert hottest <= labelled
+    key = [li.text() for li in next(dom.find(id_="map")).find("li")]
+    assert [k.rsplit(" ", 2)[0] for k in key] == [shown(r["name"]) for r in files["hotspots"][:10]]
 
     pairs = answer(repo, "coupling", "--since", SINCE, "--limit", "30")["pairs"]
     section = next(dom.find(id_="coupling"))
