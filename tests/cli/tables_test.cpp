@@ -118,7 +118,10 @@ TEST(TablesTest, EmptyPagesSayWhyAndColourOnlyWhenAsked) {
 }
 
 TEST(TablesTest, CouplingShowsBothFilesTheirCommitsAndWhatWasLeftOut) {
-  gh::CouplingAnswer answer{.period = {.since = "1 year", .branch = "main", .commit_count = 40},
+  gh::CouplingAnswer answer{.period = {.since = "1 year",
+                                       .branch = "main",
+                                       .commit_count = 40,
+                                       .start = kMay10 - 366 * 86400},
                             .bulk_commits = 2,
                             .excluded_files = 1,
                             .pairs = {{.path = "src/a.cc",
@@ -135,9 +138,8 @@ TEST(TablesTest, CouplingShowsBothFilesTheirCommitsAndWhatWasLeftOut) {
                                        .coupled_commits = 17}}};
   answer.page = page(3, 0, 2);
   EXPECT_EQ(coupling_table(answer, kPlain),
-            "main since '1 year' (1970-01-01): 40 commits; 2 commits change too many files to "
-            "count; 1 file "
-            "is not production source\n"
+            "main since '1 year' (2023-05-10): 40 commits; 2 commits change too many files to "
+            "count; 1 file is not production source\n"
             "FILE          COUPLED WITH  DEGREE  SHARED  COMMITS\n"
             "src/a.cc      src/a.h         0.90       9  10 / 10\n"
             "tab\\there.py  x.py            0.35       5  12 / 17\n"

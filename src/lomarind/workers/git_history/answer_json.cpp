@@ -32,6 +32,17 @@ Json hotspot_head(const Hotspot& row, const char* type) {
   return object;
 }
 
+// path, coupled_path, degree, shared_commits: how every coupled pair starts.
+template <typename Pair>
+Json pair_head(const Pair& row) {
+  Json object = Json::object();
+  object["path"] = row.path;
+  object["coupled_path"] = row.coupled_path;
+  object["degree"] = row.degree;
+  object["shared_commits"] = row.shared_commits;
+  return object;
+}
+
 template <typename Row>
 void add_symbols(Json& object, const Row& row) {
   if (row.symbols) object["symbols"] = to_json(*row.symbols);
@@ -88,24 +99,13 @@ Json to_json(const ComponentHotspot& row) {
 }
 
 Json to_json(const CouplingPair& row) {
-  Json object = Json::object();
-  object["path"] = row.path;
-  object["coupled_path"] = row.coupled_path;
-  object["degree"] = row.degree;
-  object["shared_commits"] = row.shared_commits;
+  Json object = pair_head(row);
   object["commits"] = row.commits;
   object["coupled_commits"] = row.coupled_commits;
   return object;
 }
 
-Json to_json(const MissingPartner& row) {
-  Json object = Json::object();
-  object["path"] = row.path;
-  object["coupled_path"] = row.coupled_path;
-  object["degree"] = row.degree;
-  object["shared_commits"] = row.shared_commits;
-  return object;
-}
+Json to_json(const MissingPartner& row) { return pair_head(row); }
 
 Json to_json(const PeriodFields& period) {
   Json object = Json::object();
