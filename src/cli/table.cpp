@@ -93,7 +93,9 @@ std::string Table::render(bool colour, std::size_t width) const {
     out += render_line(cells, column_widths, colour);
     for (const std::string& detail : row.details) {
       out += kDetailIndent;
-      out += styled(fit(detail, std::max<std::size_t>(width, kDetailIndent.size() + 1) -
+      // However narrow the terminal, a symbol line keeps enough to be read.
+      constexpr std::size_t kNarrowestDetail = 24;
+      out += styled(fit(detail, std::max(width, kDetailIndent.size() + kNarrowestDetail) -
                                     kDetailIndent.size()),
                     Style::kDim, colour);
       out += '\n';

@@ -72,12 +72,7 @@ def test_path_history_status_and_change(history, status, change):
     assert (history.status, history.as_change()) == (status, change)
 
 
-def test_records_defaults_and_equality():
-    fresh = H("p", "p", False)
-    assert (fresh.exists, fresh.commits, fresh.additions, fresh.deletions,
-            fresh.last_changed) == (True, 0, 0, 0, 0)
-    fresh.commits += 1  # changed while a log is folded
-    assert fresh == H("p", "p", False, commits=1)
+def test_branch_changes_is_frozen_and_notes_its_same_commit():
     same = git_history.BranchChanges("main", "main", "c1", "c1", 0, ())
     assert same.note == "Already on base branch"
     assert git_history.BranchChanges("main", "x", "c1", "c2", 0, ()).note is None

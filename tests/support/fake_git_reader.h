@@ -18,6 +18,12 @@
 
 namespace lomarind::testing {
 
+// How many of the recorded `calls` are of operation `op`.
+inline std::ptrdiff_t count_of(const std::vector<std::string>& calls, std::string_view op) {
+  return std::count_if(calls.begin(), calls.end(),
+                       [op](const std::string& call) { return call.starts_with(op); });
+}
+
 // The items joined by `separator`: "a, b" or "a b".
 inline std::string joined(const std::vector<std::string>& items, std::string_view separator = " ") {
   std::string out;

@@ -11,11 +11,6 @@ namespace {
 
 using testing::change;
 
-std::ptrdiff_t count_of(const std::vector<std::string>& calls, std::string_view op) {
-  return std::count_if(calls.begin(), calls.end(),
-                       [op](const std::string& call) { return call.starts_with(op); });
-}
-
 class KeptLogReaderTest : public testing::GitHistoryTest {
  protected:
   void SetUp() override {
@@ -47,9 +42,9 @@ TEST_F(KeptLogReaderTest, AnswersOfOneReportReadTheLogOnceAndAgreeWithDirectAnsw
   EXPECT_EQ(over_kept_.hotspots(repository_, root_, hotspots("file")), files);
   EXPECT_EQ(over_kept_.hotspots(repository_, root_, hotspots("component")), components);
   EXPECT_EQ(over_kept_.recent_changes(repository_, root_, recent), changes);
-  EXPECT_EQ(count_of(git_.calls, "log_commit_changes"), 1);
-  EXPECT_EQ(count_of(git_.calls, "resolve_commit"), 1);
-  EXPECT_EQ(count_of(git_.calls, "resolve_display_branch"), 1);
+  EXPECT_EQ(testing::count_of(git_.calls, "log_commit_changes"), 1);
+  EXPECT_EQ(testing::count_of(git_.calls, "resolve_commit"), 1);
+  EXPECT_EQ(testing::count_of(git_.calls, "resolve_display_branch"), 1);
   ASSERT_TRUE(kept_.last_log().has_value());
   EXPECT_EQ(kept_.last_log()->commits, git_.log);
 }
@@ -63,7 +58,7 @@ TEST_F(KeptLogReaderTest, AnotherRequestReadsAgainAndAFailedReadKeepsNothing) {
   kept_.log_commit_changes(root_, late, "c8", 5000);
   kept_.log_commit_changes(root_, late, "c8", 10);
   kept_.log_commit_changes(root_, early, "c9", 5000);
-  EXPECT_EQ(count_of(git_.calls, "log_commit_changes"), 5);
+  EXPECT_EQ(testing::count_of(git_.calls, "log_commit_changes"), 5);
   EXPECT_EQ(kept_.last_log()->since, early);
 
   git_.fail_on = "log_commit_changes";
