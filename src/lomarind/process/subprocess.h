@@ -49,7 +49,7 @@ struct Command {
   // (zero: never); if it throws, the child is killed and the exception
   // propagates. For a costly look at why a child may be stuck.
   std::chrono::milliseconds silence_check{0};
-  std::function<void()> on_silence;
+  std::function<void()> on_silence{};
 };
 
 struct Result {
