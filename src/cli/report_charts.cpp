@@ -7,6 +7,7 @@
 #include <chrono>
 #include <cmath>
 #include <map>
+#include <string_view>
 #include <vector>
 
 #include "cli/display_text.h"
@@ -69,31 +70,30 @@ struct MapLabels {
   std::map<std::string, std::size_t> rank;  // 1 for the busiest file
 };
 
-std::string tail(const std::string& path, std::size_t folders) {
-  std::size_t at = path.size();
-  for (std::size_t i = 0; i <= folders; ++i) {
-    at = path.rfind('/', at == 0 ? 0 : at - 1);
-    if (at == std::string::npos) return path;
+// The ends of `path` at each folder boundary, shortest first: "mod.rs",
+// "sync/mod.rs", ..., the whole path.
+std::vector<std::string_view> tails(std::string_view path) {
+  std::vector<std::string_view> ends;
+  for (std::size_t at = path.rfind('/'); at != std::string_view::npos && at > 0;
+       at = path.rfind('/', at - 1)) {
+    ends.push_back(path.substr(at + 1));
   }
-  return path.substr(at + 1);
+  ends.push_back(path);
+  return ends;
 }
 
 MapLabels map_labels(const std::vector<git_history::FileHotspot>& rows) {
-  MapLabels labels;
-  std::map<std::string, std::size_t> uses;  // how many files end with a tail
-  const std::size_t deepest = 64;           // folders looked at, at most
+  std::vector<std::vector<std::string_view>> ends;
+  std::map<std::string_view, std::size_t> uses;  // how many files end so
   for (const git_history::FileHotspot& row : rows) {
-    for (std::size_t folders = 0; folders < deepest; ++folders) {
-      ++uses[tail(row.name, folders)];
-      if (tail(row.name, folders) == row.name) break;
-    }
+    ends.push_back(tails(row.name));
+    for (std::string_view end : ends.back()) ++uses[end];
   }
+  MapLabels labels;
   for (std::size_t i = 0; i < rows.size(); ++i) {
-    std::size_t folders = 0;
-    while (uses[tail(rows[i].name, folders)] > 1 && tail(rows[i].name, folders) != rows[i].name) {
-      ++folders;
-    }
-    labels.name[rows[i].name] = tail(rows[i].name, folders);
+    const auto unique = std::find_if(ends[i].begin(), ends[i].end(),
+                                     [&](std::string_view end) { return uses[end] == 1; });
+    labels.name[rows[i].name] = std::string(unique == ends[i].end() ? ends[i].back() : *unique);
     if (i < kRankedFiles) labels.rank[rows[i].name] = i + 1;
   }
   return labels;
