@@ -1,43 +1,21 @@
-// The change-coupling answers for Python (lomarind.workers.git_coupling).
-// They run on the package's own neighbours (the git program, the commit
-// cache, the index file), wholly in C++ and without the GIL while git and
-// SQLite work. A failure raises git_history's GitHistoryError, chained to
-// the Python GitError or ValueError behind it, and warnings go to
-// git_history's logger, as git_history's own answers do: the host module
-// they are given is git_history.
-#include <chrono>
+// The change-coupling answers for Python (lomarind.workers.git_coupling),
+// over the neighbours git_history holds, chosen as its own answers choose
+// them (py_host.h): a failure raises git_history's GitHistoryError, and
+// warnings go to git_history's logger.
 #include <filesystem>
-#include <memory>
 #include <string>
 #include <string_view>
 #include <utility>
 
-#include "lomarind/production/production_history.h"
-#include "lomarind/storage/sqlite_index.h"
 #include "lomarind/workers/git_history/answer_json.h"
 #include "lomarind/workers/git_history/coupling.h"
 #include "py_bindings.h"
 #include "py_convert.h"
 #include "py_host.h"
-#include "py_interrupt.h"
 
 namespace lomarind::python {
 
 namespace {
-
-using repository_changes::IndexDb;
-
-// The index handle a Repository carries; the production index reads only
-// the package's own.
-std::shared_ptr<IndexDb> index_of(const py::object& repository) {
-  const py::object db = repository.attr("db");
-  if (!py::isinstance<IndexDb>(db)) {
-    throw py::type_error(
-        "repository.db must be an index opened with lomarind.storage.open_index; got " +
-        to_bytes(py::repr(db), "a repr"));
-  }
-  return db.cast<std::shared_ptr<IndexDb>>();
-}
 
 // A count as Python passes it: an int of any size or anything with
 // __index__, clamped to 64 bits (a count beyond them answers as one at them).
@@ -57,30 +35,18 @@ double degree_of(py::handle value) {
   return degree;
 }
 
-// Runs `ask` on the production history, without the GIL and ended at once
-// by a signal, and returns its answer as Python values.
+// Runs `ask` over the neighbours the Python side chose and returns its
+// answer as Python values.
 template <typename Ask>
-py::object answer(const py::module_& host, const py::object& repository,
+py::object answer(const py::module_& host, bool own, const py::object& repository,
                   const py::object& repo_root, Ask ask) {
-  const std::shared_ptr<IndexDb> db = index_of(repository);
+  CallNeighbours n(host, own, repo_root, repository.attr("db"));
   const std::filesystem::path root = to_path(repo_root);
-  const HostLogSink sink(host, repo_root);
-  std::atomic<bool> stop{false};
-  const git_history::ProductionHistory production(
-      {.now =
-           [] {
-             return std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
-           },
-       .runner = git_utils::GitRunner().stopped_by(&stop)},
-      sink);
-  const repository_changes::Repository index{*db};
-  return answering(host, [&] {
-    return json_to_python(
-        interruptibly(stop, [&] { return ask(production.history(), index, root); }));
-  });
+  return n.answer([&] { return ask(n.history(), n.repository(), root); },
+                  [](const Json& answer) { return json_to_python(answer); });
 }
 
-py::object change_coupling(const py::module_& host, const py::object& repository,
+py::object change_coupling(const py::module_& host, bool own, const py::object& repository,
                            const py::object& repo_root, py::handle since, py::handle branch,
                            py::handle path, bool source_only, py::handle min_revisions,
                            py::handle min_shared, py::handle min_degree, py::handle max_changeset,
@@ -111,17 +77,17 @@ py::object change_coupling(const py::module_& host, const py::object& repository
                                             return std::string(option);
                                           });
   } catch (const git_history::GitHistoryError& error) {
-    raise_history_error(host, error);
+    CallNeighbours(host, false, py::none(), py::none()).raise(error);
   }
   return answer(
-      host, repository, repo_root,
+      host, own, repository, repo_root,
       [&](const git_history::GitHistory& history, const repository_changes::Repository& index,
           const std::filesystem::path& root) {
         return git_history::to_json(history.change_coupling(index, root, options));
       });
 }
 
-py::object missing_partners(const py::module_& host, const py::object& repository,
+py::object missing_partners(const py::module_& host, bool own, const py::object& repository,
                             const py::object& repo_root, py::handle base_branch,
                             py::handle head_branch, py::handle since, bool source_only) {
   const git_history::MissingPartnersOptions options{
@@ -130,7 +96,7 @@ py::object missing_partners(const py::module_& host, const py::object& repositor
       .since = to_bytes(since, "since"),
       .source_only = source_only};
   return answer(
-      host, repository, repo_root,
+      host, own, repository, repo_root,
       [&](const git_history::GitHistory& history, const repository_changes::Repository& index,
           const std::filesystem::path& root) {
         return git_history::to_json(history.missing_partners(index, root, options));
@@ -140,13 +106,8 @@ py::object missing_partners(const py::module_& host, const py::object& repositor
 }  // namespace
 
 void bind_git_coupling(py::module_& module) {
-  using py::arg;
-  module.def("change_coupling", change_coupling, arg("host"), arg("repository"), arg("repo_root"),
-             arg("since"), arg("branch"), arg("path"), arg("source_only"), arg("min_revisions"),
-             arg("min_shared"), arg("min_degree"), arg("max_changeset"), arg("limit"),
-             arg("offset"));
-  module.def("missing_partners", missing_partners, arg("host"), arg("repository"), arg("repo_root"),
-             arg("base_branch"), arg("head_branch"), arg("since"), arg("source_only"));
+  module.def("change_coupling", change_coupling);
+  module.def("missing_partners", missing_partners);
   module.attr("DEFAULT_MIN_REVISIONS") = git_history::kDefaultMinRevisions;
   module.attr("DEFAULT_MIN_SHARED") = git_history::kDefaultMinShared;
   module.attr("DEFAULT_MIN_DEGREE") = git_history::kDefaultMinDegree;

@@ -1,11 +1,12 @@
 // The git reader for Python: each call runs the production reader, whose
-// clock is the wall clock, without the GIL.
-#include <chrono>
+// clock is the wall clock, off the GIL.
+#include <atomic>
 
 #include "lomarind/production/production_history.h"
 #include "py_bindings.h"
 #include "py_convert.h"
 #include "py_host.h"
+#include "py_interrupt.h"
 #include "py_records.h"
 
 namespace lomarind::python {
@@ -28,19 +29,15 @@ class LoggingSink final : public LogSink {
   }
 };
 
-// Runs `read` on the production reader without holding the GIL.
+// Runs `read` on the production reader, off the GIL and ended at once by
+// a signal.
 template <typename Read>
 auto without_gil(Read read) {
   const LoggingSink sink;
+  std::atomic<bool> stop{false};
   const git_history::ProductionHistory production(
-      {.now =
-           [] {
-             return std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
-           }},
-      sink);
-  const git_utils::GitReader& git = production.neighbours().git;
-  py::gil_scoped_release release;
-  return read(git);
+      {.runner = git_utils::GitRunner().stopped_by(&stop)}, sink);
+  return interruptibly(stop, [&] { return read(production.neighbours().git); });
 }
 
 py::object resolve_commit(py::handle repo_root, py::handle name) {

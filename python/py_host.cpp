@@ -7,6 +7,19 @@ namespace lomarind::python {
 
 namespace {
 
+// Runs a call of a Python neighbour; a Python exception of `type` becomes
+// the C++ error `Host` that the answers understand.
+template <typename Host, typename Call>
+py::object raising_as(const py::object& type, std::string_view what, Call call) {
+  try {
+    return call();
+  } catch (py::error_already_set& error) {
+    if (!error.matches(type)) throw;
+    const std::string message = to_bytes(py::str(error.value()), what);
+    throw Host(message, error.value());
+  }
+}
+
 bool truthy(const py::object& value) {
   const int result = PyObject_IsTrue(value.ptr());
   if (result < 0) throw py::error_already_set();
@@ -15,95 +28,115 @@ bool truthy(const py::object& value) {
 
 }  // namespace
 
-py::object own(const char* submodule, const char* name) {
-  return py::module_::import("lomarind._lomarind").attr(submodule).attr(name);
+template <typename... Args>
+py::object HostGitReader::call(const char* name, Args&&... args) const {
+  const py::object op = host_.attr("git_utils").attr(name);
+  return raising_as<HostGitError>(host_.attr("GitError"), "a GitError's text",
+                                  [&] { return op(repo_root_, std::forward<Args>(args)...); });
 }
 
-py::object replaced_on(const py::object& module, const char* submodule, const char* name) {
-  py::object current = module.attr(name);
-  if (current.is(own(submodule, name))) return py::object();
-  return current;
+py::object HostGitReader::start_time(std::chrono::sys_seconds start) const {
+  if (last_start_ && start == last_start_seconds_) return last_start_;
+  return to_datetime(start);
 }
 
-py::object HostChangeIndex::replaced(const char* name) const {
-  py::object current = host_.attr("repository_changes").attr(name);
-  if (current.is(own("storage", name)) && py::isinstance<repository_changes::IndexDb>(db_)) {
-    return py::object();
-  }
-  return current;
+std::optional<std::string> HostGitReader::resolve_commit(const std::filesystem::path&,
+                                                         const std::string& name) const {
+  return to_optional_bytes(call("resolve_commit", to_str(name)), "a commit id");
+}
+
+std::optional<std::string> HostGitReader::resolve_display_branch(
+    const std::filesystem::path&) const {
+  return to_optional_bytes(call("resolve_display_branch"), "a branch name");
+}
+
+std::string HostGitReader::get_default_branch(const std::filesystem::path&) const {
+  return to_bytes(call("get_default_branch"), "the default branch");
+}
+
+std::chrono::sys_seconds HostGitReader::parse_time_spec(const std::string& since) const {
+  const py::object op = host_.attr("git_utils").attr("parse_time_spec");
+  const py::object start =
+      raising_as<HostValueError>(py::reinterpret_borrow<py::object>(PyExc_ValueError),
+                                 "a ValueError's text", [&] { return op(to_str(since)); });
+  last_start_seconds_ = to_sys_seconds(start);
+  last_start_ = start;
+  return last_start_seconds_;
+}
+
+std::vector<git_utils::FileChange> HostGitReader::diff_file_changes(
+    const std::filesystem::path&, const std::string& base_commit,
+    const std::string& head_commit) const {
+  return file_changes_from(call("diff_file_changes", to_str(base_commit), to_str(head_commit)));
+}
+
+std::int64_t HostGitReader::count_commits(const std::filesystem::path&,
+                                          const std::string& base_commit,
+                                          const std::string& head_commit) const {
+  return call("count_commits", to_str(base_commit), to_str(head_commit)).cast<std::int64_t>();
+}
+
+std::vector<git_utils::CommitChanges> HostGitReader::log_commit_changes(
+    const std::filesystem::path&, std::chrono::sys_seconds since, const std::string& ref,
+    int max_commits) const {
+  using py::arg;
+  return from_list(call("log_commit_changes", arg("since") = start_time(since),
+                        arg("ref") = to_str(ref), arg("max_commits") = max_commits),
+                   commit_changes_from);
+}
+
+std::optional<std::string> HostGitReader::commit_before(const std::filesystem::path&,
+                                                        const std::string& tip,
+                                                        std::chrono::sys_seconds start) const {
+  return to_optional_bytes(call("commit_before", to_str(tip), start_time(start)), "a commit id");
+}
+
+git_utils::LineSpansByPath HostGitReader::diff_line_spans(
+    const std::filesystem::path&, const std::string& base_commit, const std::string& head_commit,
+    bool merge_base, const std::vector<std::string>& paths) const {
+  using py::arg;
+  return line_spans_from(call("diff_line_spans", to_str(base_commit), to_str(head_commit),
+                              arg("merge_base") = merge_base,
+                              arg("paths") = to_list(paths, to_str)));
 }
 
 repository_changes::IndexedPaths HostChangeIndex::indexed_paths(
     const repository_changes::IndexDb&, const std::vector<std::string>& paths) const {
-  const py::object op = replaced("indexed_paths");
-  if (!op) {
-    const auto& db = db_.cast<const repository_changes::IndexDb&>();
-    py::gil_scoped_release release;
-    return own_.indexed_paths(db, paths);
-  }
+  const py::object op = host_.attr("repository_changes").attr("indexed_paths");
   return indexed_paths_from(op(db_, to_list(paths, to_str)));
 }
 
 std::vector<repository_changes::SymbolOnLines> HostChangeIndex::symbols_on_lines(
     const repository_changes::IndexDb&, const std::vector<repository_changes::LineRange>& ranges,
-    std::span<const std::string_view> kinds, int per_file) const {
-  const py::object op = replaced("symbols_on_lines");
-  const py::object host_kinds = host_.attr("CHANGE_KINDS");
-  if (!op && host_kinds.is(own("filters", "RETRIEVABLE_KINDS"))) {
-    const auto& db = db_.cast<const repository_changes::IndexDb&>();
-    py::gil_scoped_release release;
-    return own_.symbols_on_lines(db, ranges, kinds, per_file);
-  }
+    std::span<const std::string_view>, int per_file) const {
   // Plain triples, as the module builds a LineRange.
   const py::list range_list = to_list(ranges, [](const repository_changes::LineRange& range) {
     return py::make_tuple(to_str(range.path), range.start_line, range.end_line);
   });
-  const py::object query = op ? op : host_.attr("repository_changes").attr("symbols_on_lines");
-  const py::object symbols = query(db_, range_list, host_kinds, py::arg("per_file") = per_file);
-  return from_list(symbols, symbol_from);
+  const py::object op = host_.attr("repository_changes").attr("symbols_on_lines");
+  return from_list(op(db_, range_list, host_.attr("CHANGE_KINDS"), py::arg("per_file") = per_file),
+                   symbol_from);
+}
+
+bool HostSourceFilters::ask(const char* name, std::string_view text) const {
+  return truthy(host_.attr(name)(to_str(text)));
 }
 
 bool HostSourceFilters::in_source_languages(std::string_view language) const {
-  const py::object languages = host_.attr("SOURCE_LANGUAGES");
-  if (languages.is(own("filters", "SOURCE_LANGUAGES"))) return own_.in_source_languages(language);
-  return languages.contains(to_str(language));
+  return host_.attr("SOURCE_LANGUAGES").contains(to_str(language));
 }
 
 bool HostSourceFilters::is_source_extension(std::string_view path) const {
-  const py::object op = replaced_on(host_, "filters", "is_source_extension");
-  if (!op) return own_.is_source_extension(path);
-  return truthy(op(to_str(path)));
+  return ask("is_source_extension", path);
 }
 
 bool HostSourceFilters::is_test_path(std::string_view path) const {
-  const py::object op = replaced_on(host_, "filters", "is_test_path");
-  if (!op) return own_.is_test_path(path);
-  return truthy(op(to_str(path)));
+  return ask("is_test_path", path);
 }
 
 bool HostSourceFilters::should_skip_path(std::string_view directory) const {
-  const py::object op = replaced_on(host_, "filters", "should_skip_path");
-  if (!op) return own_.should_skip_path(directory);
-  return truthy(op(to_str(directory)));
+  return ask("should_skip_path", directory);
 }
-
-namespace {
-
-// The Python exception behind the failure being handled, if there is one.
-py::object handled_cause() {
-  const std::exception_ptr failure = std::current_exception();
-  if (!failure) return py::object();
-  try {
-    std::rethrow_exception(failure);
-  } catch (const HostCause& cause) {
-    return cause.original();
-  } catch (...) {
-    // Any other failure has no Python object of its own.
-  }
-  return py::object();
-}
-
-}  // namespace
 
 // The level numbers of Python's logging module.
 int python_level(LogLevel level) {
@@ -125,8 +158,25 @@ HostLogSink::HostLogSink(py::module_ host, py::object repo_root)
   if (!repo_root_.is_none()) repo_root_text_ = to_path(repo_root_).string();
 }
 
+py::object HostLogSink::handled_cause() const {
+  const std::exception_ptr failure = std::current_exception();
+  if (!failure) return py::object();
+  try {
+    std::rethrow_exception(failure);
+  } catch (const HostCause& cause) {
+    return cause.original();
+  } catch (const git_utils::GitError&) {
+    made_ = python_cause(failure);
+    made_for_ = failure;
+    return made_;
+  } catch (...) {
+    // Any other failure has no Python object of its own.
+  }
+  return py::object();
+}
+
 void HostLogSink::write(const LogRecord& record) const {
-  // The production neighbours may log while they run without the GIL.
+  // The production neighbours log while they run without the GIL.
   py::gil_scoped_acquire gil;
   const py::object cause = handled_cause();
   py::list args;
@@ -147,30 +197,15 @@ void HostLogSink::write(const LogRecord& record) const {
   host_.attr("logger").attr("log")(*py::tuple(args));
 }
 
-HostNeighbours::HostNeighbours(const py::module_& host, const py::object& repo_root,
-                               const py::object& db)
-    : sink(host, repo_root),
-      production(
-          {.now =
-               [] {
-                 return std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
-               },
-           .runner = git_utils::GitRunner().stopped_by(&stop)},
-          sink),
-      git(host, repo_root, production.neighbours().git, stop),
-      index(host, db, production.neighbours().index),
-      filters(host, production.neighbours().filters) {}
-
-namespace {
-
-py::object python_cause(const py::module_& host, const std::exception_ptr& cause) {
+py::object HostLogSink::python_cause(const std::exception_ptr& cause) const {
   if (!cause) return py::none();
+  if (cause == made_for_) return made_;
   try {
     std::rethrow_exception(cause);
   } catch (const HostCause& error) {
     return error.original();
   } catch (const git_utils::GitError& error) {
-    return host.attr("GitError")(to_str(error.what()));
+    return host_.attr("GitError")(to_str(error.what()));
   } catch (const std::invalid_argument& error) {
     return py::reinterpret_borrow<py::object>(PyExc_ValueError)(to_str(error.what()));
   } catch (const std::exception&) {
@@ -178,6 +213,27 @@ py::object python_cause(const py::module_& host, const std::exception_ptr& cause
   }
   return py::none();
 }
+
+CallNeighbours::CallNeighbours(const py::module_& host, bool own, const py::object& repo_root,
+                               const py::object& db)
+    : host_(host), sink_(host, repo_root), logger_(std::string(git_history::kLoggerName), sink_) {
+  if (own) {
+    production_.emplace(
+        git_history::ProductionOptions{.runner = git_utils::GitRunner().stopped_by(&stop_)}, sink_);
+    const git_history::Neighbours n = production_->neighbours();
+    neighbours_.emplace(git_history::Neighbours{n.git, n.index, n.filters, logger_});
+    repository_.emplace(db.is_none() ? stand_in_ : db.cast<const repository_changes::IndexDb&>());
+  } else {
+    host_git_.emplace(host, repo_root);
+    host_index_.emplace(host, db);
+    host_filters_.emplace(host);
+    neighbours_.emplace(git_history::Neighbours{*host_git_, *host_index_, *host_filters_, logger_});
+    repository_.emplace(stand_in_);
+  }
+  history_.emplace(*neighbours_);
+}
+
+namespace {
 
 // The message of `error`. A C++ message ends at a NUL, but a translated
 // one ends with its cause's text, so the rest comes from the cause.
@@ -192,6 +248,15 @@ py::str message_of(const git_history::GitHistoryError& error, const py::object& 
 
 }  // namespace
 
+void CallNeighbours::raise(const git_history::GitHistoryError& error) const {
+  const py::object cause = sink_.python_cause(error.cause());
+  py::object exception = host_.attr("GitHistoryError")(message_of(error, cause));
+  // Like `raise ... from cause`: setting __cause__ also suppresses the context.
+  if (!cause.is_none()) exception.attr("__cause__") = cause;
+  PyErr_SetObject(reinterpret_cast<PyObject*>(Py_TYPE(exception.ptr())), exception.ptr());
+  throw py::error_already_set();
+}
+
 void translate_host_cause(std::exception_ptr failure) {
   try {
     if (failure) std::rethrow_exception(failure);
@@ -199,15 +264,6 @@ void translate_host_cause(std::exception_ptr failure) {
     PyErr_SetObject(reinterpret_cast<PyObject*>(Py_TYPE(cause.original().ptr())),
                     cause.original().ptr());
   }
-}
-
-void raise_history_error(const py::module_& host, const git_history::GitHistoryError& error) {
-  const py::object cause = python_cause(host, error.cause());
-  py::object exception = host.attr("GitHistoryError")(message_of(error, cause));
-  // Like `raise ... from cause`: setting __cause__ also suppresses the context.
-  if (!cause.is_none()) exception.attr("__cause__") = cause;
-  PyErr_SetObject(reinterpret_cast<PyObject*>(Py_TYPE(exception.ptr())), exception.ptr());
-  throw py::error_already_set();
 }
 
 }  // namespace lomarind::python

@@ -1,38 +1,32 @@
-// The history module's neighbours as the Python module sees them: every
-// operation is looked up on the lomarind.workers.git_history module object
-// at each call (git_utils.<op>, repository_changes.<op>, and the filter,
-// pagination and kind names bound on the module itself), so a neighbour
-// replaced there takes effect on the next call. One that is still the
-// package's own is run by the production neighbours in C++, without a
-// Python record and without the GIL while git or SQLite work; a replaced
-// one is called through Python.
+// The neighbours of one call from Python. The Python side decides which:
+// while every neighbour the lomarind.workers.git_history module holds is
+// still the package's own, the call runs wholly in C++ on the production
+// neighbours, off the GIL and ended at once by a signal; once a host has
+// replaced one, each neighbour is the object the module holds, called
+// through Python.
 #pragma once
 
 #include <pybind11/pybind11.h>
 
 #include <atomic>
+#include <exception>
+#include <optional>
 #include <stdexcept>
 
 #include "lomarind/production/production_history.h"
 #include "lomarind/storage/repository_changes.h"
-#include "lomarind/storage/sqlite_index.h"
 #include "lomarind/utils/git_utils.h"
 #include "lomarind/utils/logging.h"
 #include "lomarind/workers/git_history/git_history.h"
+#include "py_interrupt.h"
 
 namespace lomarind::python {
 
 namespace py = pybind11;
 
-// The extension's own `submodule`.`name`: what the package's neighbours are
-// bound to until a host replaces them.
-py::object own(const char* submodule, const char* name);
-// The object `name` on `module` now, or null while it is the package's own.
-py::object replaced_on(const py::object& module, const char* submodule, const char* name);
-
-// The Python exception behind a C++ error, kept so that the Python caller
-// sees the very exception as the cause of GitHistoryError and as the
-// argument of the warning that reports it.
+// A C++ error standing for a Python exception, kept so that the caller sees
+// that very exception as the cause of GitHistoryError and as the argument
+// of the warning that reports it.
 class HostCause {
  public:
   explicit HostCause(py::object original) : original_(std::move(original)) {}
@@ -49,21 +43,17 @@ class HostError : public Error, public HostCause {
       : Error(message), HostCause(std::move(original)) {}
 };
 
-// A GitError as the Python GitError object the host sees, and a ValueError
-// raised by a Python parse_time_spec.
+// A Python GitError, and a ValueError raised by a Python parse_time_spec.
 using HostGitError = HostError<git_utils::GitError>;
 using HostValueError = HostError<std::invalid_argument>;
 
-// The git reader through host.git_utils. `repo_root` is passed back exactly
-// as the caller gave it, and the start of a period as the very datetime
-// that parse_time_spec returned.
+// The git reader as host.git_utils holds it at each call. `repo_root` is
+// passed back exactly as the caller gave it, and the start of a period as
+// the very datetime that parse_time_spec returned.
 class HostGitReader final : public git_utils::GitReader {
  public:
-  // `stop` is what the production reader's git commands stop on; a signal
-  // that reaches the host while one runs raises it.
-  HostGitReader(py::module_ host, py::object repo_root, const git_utils::GitReader& own,
-                std::atomic<bool>& stop)
-      : host_(std::move(host)), repo_root_(std::move(repo_root)), own_(own), stop_(stop) {}
+  HostGitReader(py::module_ host, py::object repo_root)
+      : host_(std::move(host)), repo_root_(std::move(repo_root)) {}
 
   std::optional<std::string> resolve_commit(const std::filesystem::path& repo_root,
                                             const std::string& name) const override;
@@ -92,28 +82,22 @@ class HostGitReader final : public git_utils::GitReader {
   py::object start_time(std::chrono::sys_seconds start) const;
 
  private:
-  // The operation as host.git_utils holds it now; null while it is the
-  // package's own.
-  py::object replaced(const char* name) const;
-  // Runs `read` on the production reader without the GIL; its GitError
-  // becomes a Python GitError.
-  template <typename Read>
-  auto natively(Read read) const;
+  // Calls host.git_utils.<name>; a Python GitError becomes a HostGitError.
+  template <typename... Args>
+  py::object call(const char* name, Args&&... args) const;
 
   py::module_ host_;
   py::object repo_root_;
-  const git_utils::GitReader& own_;
-  std::atomic<bool>& stop_;
-  mutable py::object last_start_;  // what a Python parse_time_spec last returned
+  mutable py::object last_start_;  // what parse_time_spec last returned
   mutable std::chrono::sys_seconds last_start_seconds_{};
 };
 
-// The index through host.repository_changes, with the caller's
-// repository.db (the C++ handle it is given is a stand-in).
+// The index as host.repository_changes holds it, with the caller's
+// repository.db (the C++ handle it is given is a stand-in) and the kinds
+// host.CHANGE_KINDS holds.
 class HostChangeIndex final : public repository_changes::ChangeIndex {
  public:
-  HostChangeIndex(py::module_ host, py::object db, const repository_changes::ChangeIndex& own)
-      : host_(std::move(host)), db_(std::move(db)), own_(own) {}
+  HostChangeIndex(py::module_ host, py::object db) : host_(std::move(host)), db_(std::move(db)) {}
 
   repository_changes::IndexedPaths indexed_paths(
       const repository_changes::IndexDb& db, const std::vector<std::string>& paths) const override;
@@ -123,27 +107,23 @@ class HostChangeIndex final : public repository_changes::ChangeIndex {
       std::span<const std::string_view> kinds, int per_file) const override;
 
  private:
-  // The query as host.repository_changes holds it now; null while it is
-  // the package's own and the handle is the package's index.
-  py::object replaced(const char* name) const;
-
   py::module_ host_;
   py::object db_;
-  const repository_changes::ChangeIndex& own_;
 };
 
+// The filters and SOURCE_LANGUAGES as the host module holds them.
 class HostSourceFilters final : public git_history::SourceFilters {
  public:
-  HostSourceFilters(py::module_ host, const git_history::SourceFilters& own)
-      : host_(std::move(host)), own_(own) {}
+  explicit HostSourceFilters(py::module_ host) : host_(std::move(host)) {}
   bool in_source_languages(std::string_view language) const override;
   bool is_source_extension(std::string_view path) const override;
   bool is_test_path(std::string_view path) const override;
   bool should_skip_path(std::string_view directory) const override;
 
  private:
+  bool ask(const char* name, std::string_view text) const;
+
   py::module_ host_;
-  const git_history::SourceFilters& own_;
 };
 
 // The level number of Python's logging module for `level`.
@@ -151,54 +131,76 @@ int python_level(LogLevel level);
 
 // Log records to host.logger, format and arguments unformatted. An argument
 // that is the repository root is the object the caller gave, and the text
-// of a failure being handled is the Python exception itself.
+// of a git failure being handled is the Python GitError itself: the one the
+// host raised, or one made here and remembered as the cause to raise.
 class HostLogSink final : public LogSink {
  public:
   HostLogSink(py::module_ host, py::object repo_root);
   void write(const LogRecord& record) const override;
+  // The Python exception for `cause`: the one a record was given, else a
+  // new GitError or ValueError; None for a cause of another kind.
+  py::object python_cause(const std::exception_ptr& cause) const;
 
  private:
+  py::object handled_cause() const;
+
   py::module_ host_;
   py::object repo_root_;
   std::string repo_root_text_;
+  mutable std::exception_ptr made_for_;  // the C++ error `made_` stands for
+  mutable py::object made_;
 };
 
-// Everything one answer talks to. Holds references to itself: not copyable.
-struct HostNeighbours {
-  HostNeighbours(const py::module_& host, const py::object& repo_root, const py::object& db);
-  HostNeighbours(const HostNeighbours&) = delete;
-  HostNeighbours& operator=(const HostNeighbours&) = delete;
+// Everything one call talks to. Holds references to itself: not copyable.
+class CallNeighbours {
+ public:
+  // `own`: the Python side found every neighbour the package's own. `db`
+  // is repository.db, or None for a call that does not use the index.
+  CallNeighbours(const py::module_& host, bool own, const py::object& repo_root,
+                 const py::object& db);
+  CallNeighbours(const CallNeighbours&) = delete;
+  CallNeighbours& operator=(const CallNeighbours&) = delete;
 
-  HostLogSink sink;
-  std::atomic<bool> stop{false};  // raised by a signal while git runs
-  git_history::ProductionHistory production;
-  HostGitReader git;
-  HostChangeIndex index;
-  HostSourceFilters filters;
-  Logger logger{std::string(git_history::kLoggerName), sink};
-  // The C++ answers want an index handle; the Python one is in `index`.
-  repository_changes::IndexDb stand_in;
-  repository_changes::Repository repository{stand_in};
-  git_history::GitHistory history{git_history::Neighbours{git, index, filters, logger}};
+  const git_history::GitHistory& history() const { return *history_; }
+  const repository_changes::Repository& repository() const { return *repository_; }
+  const git_history::Neighbours& neighbours() const { return *neighbours_; }
+  // The git reader a host replaced, if it did.
+  const HostGitReader* host_git() const { return host_git_ ? &*host_git_ : nullptr; }
+
+  // `convert(work())`. The work needs no Python: on the production
+  // neighbours it runs off the GIL, and a signal ends it. GitHistoryError
+  // becomes the module's Python one, its __cause__ the Python GitError or
+  // ValueError behind it.
+  template <typename Work, typename Convert>
+  py::object answer(Work work, Convert convert) {
+    try {
+      if (production_) return convert(interruptibly(stop_, work));
+      return convert(work());
+    } catch (const git_history::GitHistoryError& error) {
+      raise(error);
+    }
+  }
+
+  // Raises the module's GitHistoryError for `error`; throws error_already_set.
+  [[noreturn]] void raise(const git_history::GitHistoryError& error) const;
+
+ private:
+  py::module_ host_;
+  HostLogSink sink_;
+  std::atomic<bool> stop_{false};  // raised by a signal while git runs
+  std::optional<git_history::ProductionHistory> production_;
+  std::optional<HostGitReader> host_git_;
+  std::optional<HostChangeIndex> host_index_;
+  std::optional<HostSourceFilters> host_filters_;
+  Logger logger_;
+  repository_changes::IndexDb stand_in_;
+  std::optional<repository_changes::Repository> repository_;
+  std::optional<git_history::Neighbours> neighbours_;
+  std::optional<git_history::GitHistory> history_;
 };
 
 // An exception translator: a C++ error that stands for a Python exception
 // raises that very exception again.
 void translate_host_cause(std::exception_ptr failure);
-
-// Raises the module's Python GitHistoryError for `error`, its __cause__ the
-// Python GitError or ValueError behind it, and throws error_already_set.
-[[noreturn]] void raise_history_error(const py::module_& host,
-                                      const git_history::GitHistoryError& error);
-
-// Runs an answer, turning GitHistoryError into the module's Python one.
-template <typename Answer>
-py::object answering(const py::module_& host, Answer answer) {
-  try {
-    return answer();
-  } catch (const git_history::GitHistoryError& error) {
-    raise_history_error(host, error);
-  }
-}
 
 }  // namespace lomarind::python

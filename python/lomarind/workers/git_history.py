@@ -7,8 +7,10 @@ file's changed lines.
 
 Every answer reads git through `git_utils` and the index through
 `repository_changes`, looked up on this module at each call, as are the
-filter functions, SOURCE_LANGUAGES and add_pagination_hint: replacing one
-here, or on its own module, takes effect on the next call.
+filter functions, SOURCE_LANGUAGES, CHANGE_KINDS and add_pagination_hint:
+replacing one here, or on its own module, takes effect on the next call.
+While all are the package's own, an answer runs wholly in C++; otherwise
+C++ calls each of them here.
 """
 
 import logging
@@ -29,6 +31,14 @@ from lomarind.workers.retrieval import RETRIEVABLE_KINDS
 
 _core = _lomarind.git_history
 _this = sys.modules[__name__]
+_GIT_OPS = ("resolve_commit", "resolve_display_branch", "get_default_branch", "parse_time_spec",
+            "diff_file_changes", "count_commits", "log_commit_changes", "commit_before",
+            "diff_line_spans")
+_INDEX_OPS = ("indexed_paths", "symbols_on_lines")
+# (name on this module, name on the extension's filters)
+_FILTERS = (("is_source_extension", "is_source_extension"), ("is_test_path", "is_test_path"),
+            ("should_skip_path", "should_skip_path"), ("SOURCE_LANGUAGES", "SOURCE_LANGUAGES"),
+            ("CHANGE_KINDS", "RETRIEVABLE_KINDS"))
 # The package's own hint: while the module still holds it, the answers add
 # their hint in C++; a host's replacement is called here instead.
 _OWN_HINT = add_pagination_hint
@@ -42,6 +52,19 @@ _SAME_COMMIT_NOTE = _core.SAME_COMMIT_NOTE
 logger = logging.getLogger(__name__)
 
 T = TypeVar("T")
+
+
+def _own(repository=None):
+    """Whether every neighbour this module holds is still the package's own
+    (and `repository` holds the package's index), so that a call can run
+    wholly in C++."""
+    git, index = _this.git_utils, _this.repository_changes
+    return (all(getattr(git, name) is getattr(_lomarind.git_utils, name) for name in _GIT_OPS)
+            and all(getattr(index, name) is getattr(_lomarind.storage, name)
+                    for name in _INDEX_OPS)
+            and all(getattr(_this, name) is getattr(_lomarind.filters, own)
+                    for name, own in _FILTERS)
+            and (repository is None or isinstance(repository.db, _lomarind.storage.IndexDb)))
 
 
 class GitHistoryError(Exception):
@@ -90,12 +113,13 @@ class _PathHistory:
 
 def is_source_path(path, language):
     """Whether a changed file is production source: code that is no test and not generated."""
-    return _core.is_source_path(_this, path, language)
+    return _core.is_source_path(_this, _own(), path, language)
 
 
 def branch_changes(repo_root, base_branch, head_branch, *, head_parameter="head_branch"):
     """What a branch changed since it left its base."""
-    return _core.branch_changes(_this, repo_root, base_branch, head_branch, head_parameter)
+    return _core.branch_changes(_this, _own(), repo_root, base_branch, head_branch,
+                                head_parameter)
 
 
 def _hinted(key, ask):
@@ -110,15 +134,17 @@ def recent_changes(repository, repo_root, *, since, branch, include_symbols, lim
                    source_only):
     """The files a period changed on a branch, the latest change first."""
     return _hinted("files", lambda hint: _core.recent_changes(
-        _this, repository, repo_root, since, branch, include_symbols, limit, offset,
-        source_only, hint))
+        _this, _own(repository), repository, repo_root, since, branch, include_symbols, limit,
+        offset, source_only, hint))
 
 
 def hotspots(repository, repo_root, *, since, branch, group_by, limit, offset, source_only):
     """The files or components a period changed most often, with a risk score."""
+    if group_by is None:
+        raise GitHistoryError("group_by must be 'file' or 'component'; got None")
     return _hinted("hotspots", lambda hint: _core.hotspots(
-        _this, repository, repo_root, since, branch, group_by, limit, offset, source_only,
-        hint))
+        _this, _own(repository), repository, repo_root, since, branch, group_by, limit, offset,
+        source_only, hint))
 
 
 def file_hotspots(repository, repo_root, *, since, branch, limit):
@@ -140,8 +166,8 @@ def branch_diff(repository, repo_root, *, base_branch, head_branch, include_symb
                 offset, source_only):
     """The files a branch changed since it left its base, the most lines changed first."""
     return _hinted("files", lambda hint: _core.branch_diff(
-        _this, repository, repo_root, base_branch, head_branch, include_symbols, limit, offset,
-        source_only, hint))
+        _this, _own(repository), repository, repo_root, base_branch, head_branch,
+        include_symbols, limit, offset, source_only, hint))
 
 
 def by_lines_changed(files):
@@ -156,7 +182,7 @@ def change_row(change):
 
 def changed_line_spans(repo_root, base_commit, head_commit, files, *, merge_base):
     """The head-side lines each file changed, by path."""
-    return _core.changed_line_spans(_this, repo_root, base_commit, head_commit, files,
+    return _core.changed_line_spans(_this, _own(), repo_root, base_commit, head_commit, files,
                                     merge_base)
 
 
@@ -168,8 +194,8 @@ def line_ranges(spans, paths):
 def touched_symbols(repository, repo_root, base_commit, head_commit, files, *, merge_base,
                     per_file=SYMBOLS_PER_ROW):
     """The index's symbols on each file's changed lines, by path."""
-    return _core.touched_symbols(_this, repository, repo_root, base_commit, head_commit, files,
-                                 merge_base, per_file)
+    return _core.touched_symbols(_this, _own(repository), repository, repo_root, base_commit,
+                                 head_commit, files, merge_base, per_file)
 
 
 def symbol_row(symbol):
@@ -177,30 +203,38 @@ def symbol_row(symbol):
     return _core.symbol_row(symbol)
 
 
-def _reading_git():
+class _reading_git:
     """The guard of a block of git reads: a GitError leaving it is logged and
     raised as GitHistoryError, chained to it."""
-    return _core.ReadingGit(_this)
+
+    def __enter__(self):
+        return None
+
+    def __exit__(self, kind, error, trace):
+        if isinstance(error, GitError):
+            logger.warning("git failed: %s", error)
+            raise GitHistoryError(f"git failed: {error}") from error
+        return False
 
 
 def _period_start(since):
     """The start of the period `since`."""
-    return _core.period_start(_this, since)
+    return _core.period_start(_this, _own(), since)
 
 
 def _resolve_base(repo_root, name):
     """(name, commit) of the named base, else of the default branch."""
-    return _core.resolve_base(_this, repo_root, name)
+    return _core.resolve_base(_this, _own(), repo_root, name)
 
 
 def _resolve_head(repo_root, name, parameter):
     """(name, commit) of the named head, else of what is checked out."""
-    return _core.resolve_head(_this, repo_root, name, parameter)
+    return _core.resolve_head(_this, _own(), repo_root, name, parameter)
 
 
 def _resolve_branch(repo_root, name):
     """(name, commit) of `name`, else of origin/`name`; None when neither resolves."""
-    return _core.resolve_branch(_this, repo_root, name)
+    return _core.resolve_branch(_this, _own(), repo_root, name)
 
 
 def _histories(commits):
@@ -210,7 +244,7 @@ def _histories(commits):
 
 def _is_source(path, facts):
     """is_source_path with the language the index holds for `path`, if any."""
-    return _core.is_source(_this, path, facts)
+    return _core.is_source(_this, _own(), path, facts)
 
 
 def _history_row(history):

@@ -25,6 +25,10 @@ bool DefaultSourceFilters::should_skip_path(std::string_view directory) const {
   return path_filter::should_skip_path(directory);
 }
 
+std::chrono::sys_seconds wall_clock() {
+  return std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
+}
+
 bool commit_cache_disabled_by_environment() {
   const char* value = std::getenv("LOMARIND_NO_CACHE");
   return value != nullptr && std::string_view(value) != "" && std::string_view(value) != "0";

@@ -4,6 +4,7 @@
 // Python extension and the end-to-end tests all build it.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <optional>
 #include <string_view>
@@ -26,8 +27,11 @@ class DefaultSourceFilters final : public SourceFilters {
   bool should_skip_path(std::string_view directory) const override;
 };
 
+// The wall clock, to the second.
+std::chrono::sys_seconds wall_clock();
+
 struct ProductionOptions {
-  git_utils::Clock now;  // periods count back from it
+  git_utils::Clock now = wall_clock;  // periods count back from it
   git_utils::GitRunner runner = git_utils::GitRunner();
   // Periods take what each commit changed from the repository's commit
   // cache. LOMARIND_NO_CACHE=1 in the environment turns it off for any host.
