@@ -21,8 +21,7 @@ py::object json_of(const auto& value) { return json_to_python(gh::to_json(value)
 // next-page hint: the host has its own, which the Python side applies.
 template <typename Answer, typename Options>
 py::object answer(Answer (gh::GitHistory::*ask)(const repository_changes::Repository&,
-                                                const std::filesystem::path&, const Options&)
-                      const,
+                                                const std::filesystem::path&, const Options&) const,
                   const py::module_& host, bool own, const py::object& repository,
                   const py::object& repo_root, const Options& options, bool hint) {
   CallNeighbours n(host, own, repo_root, repository.attr("db"));

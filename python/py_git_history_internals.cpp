@@ -31,9 +31,7 @@ py::object period_start(const py::module_& host, bool own, py::handle since) {
   CallNeighbours n(host, own, py::none(), py::none());
   const std::string spec = to_bytes(since, "since");
   return n.answer([&] { return detail::period_start(n.neighbours().git, spec); },
-                  [&](std::chrono::sys_seconds start) {
-                    return n.host_git() ? n.host_git()->start_time(start) : to_datetime(start);
-                  });
+                  [&](std::chrono::sys_seconds start) { return n.start_time(start); });
 }
 
 // Runs `resolve` on the call's git reader and root.
@@ -114,8 +112,9 @@ void bind_git_history_internals(py::module_& module) {
   module.def("resolve_branch", resolve_branch);
   module.def("histories", histories);
   module.def("is_source", is_source);
-  module.def("history_row",
-             [](py::handle history) { return json_of(detail::history_row(path_history_from(history))); });
+  module.def("history_row", [](py::handle history) {
+    return json_of(detail::history_row(path_history_from(history)));
+  });
   module.def("period_fields", period_fields);
   module.def("file_rows", [](py::handle histories, py::handle facts) {
     return json_of(detail::file_rows(path_histories_from(histories), indexed_paths_from(facts)));
