@@ -30,7 +30,7 @@ py::object resolved(const std::optional<detail::ResolvedRef>& ref) {
 py::object period_start(const py::module_& host, bool own, py::handle since) {
   CallNeighbours n(host, own, py::none(), py::none());
   const std::string spec = to_bytes(since, "since");
-  return n.answer([&] { return detail::period_start(n.neighbours().git, spec); },
+  return n.answer([&] { return detail::period_start(n.neighbours().parse_time_spec, spec); },
                   [&](std::chrono::sys_seconds start) { return n.start_time(start); });
 }
 

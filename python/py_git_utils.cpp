@@ -61,8 +61,7 @@ py::str get_default_branch(py::handle repo_root) {
 
 py::object parse_time_spec(py::handle since) {
   const std::string spec = to_bytes(since, "since");
-  return to_datetime(
-      without_gil([&](const git_utils::GitReader& git) { return git.parse_time_spec(spec); }));
+  return to_datetime(git_utils::parse_time_spec(spec, git_history::wall_clock()));
 }
 
 py::list diff_file_changes(py::handle repo_root, py::handle base_commit, py::handle head_commit) {

@@ -68,7 +68,8 @@ class HostGitReader final : public git_utils::GitReader {
   std::string get_default_branch(const Path&) const override {
     return to_bytes(call("get_default_branch"), "the default branch");
   }
-  Time parse_time_spec(const std::string& since) const override {
+  // Not a git operation, but the reader keeps what it returned.
+  Time parse_time_spec(const std::string& since) const {
     const py::object op = host_.attr("git_utils").attr("parse_time_spec");
     const py::object start =
         raising_as<std::invalid_argument>(py::reinterpret_borrow<py::object>(PyExc_ValueError),
@@ -158,28 +159,18 @@ class HostChangeIndex final : public repository_changes::ChangeIndex {
 };
 
 // The filters and SOURCE_LANGUAGES as the host module holds them.
-class HostSourceFilters final : public git_history::SourceFilters {
- public:
-  explicit HostSourceFilters(py::module_ host) : host_(std::move(host)) {}
-
-  bool in_source_languages(std::string_view language) const override {
-    return host_.attr("SOURCE_LANGUAGES").contains(to_str(language));
-  }
-  bool is_source_extension(std::string_view path) const override {
-    return ask("is_source_extension", path);
-  }
-  bool is_test_path(std::string_view path) const override { return ask("is_test_path", path); }
-  bool should_skip_path(std::string_view directory) const override {
-    return ask("should_skip_path", directory);
-  }
-
- private:
-  bool ask(const char* name, std::string_view text) const {
-    return truthy(host_.attr(name)(to_str(text)));
-  }
-
-  py::module_ host_;
-};
+git_history::SourceFilters host_filters(const py::module_& host) {
+  const auto asking = [host](const char* name) {
+    return [host, name](std::string_view text) { return truthy(host.attr(name)(to_str(text))); };
+  };
+  return {.in_source_languages =
+              [host](std::string_view language) {
+                return host.attr("SOURCE_LANGUAGES").contains(to_str(language));
+              },
+          .is_source_extension = asking("is_source_extension"),
+          .is_test_path = asking("is_test_path"),
+          .should_skip_path = asking("should_skip_path")};
+}
 
 // Log records to host.logger, format and arguments unformatted. An argument
 // that is the repository root is the object the caller gave, and the text
@@ -295,7 +286,8 @@ struct CallNeighbours::Parts {
   std::optional<git_history::ProductionHistory> production;
   std::optional<HostGitReader> git;
   std::optional<HostChangeIndex> index;
-  std::optional<HostSourceFilters> filters;
+  git_history::SourceFilters filters;
+  git_history::TimeSpecParser parse_time_spec;
   repository_changes::IndexDb stand_in;  // the handle while the host's index reads
   std::optional<repository_changes::Repository> repository;
   std::optional<git_history::Neighbours> neighbours;
@@ -311,13 +303,18 @@ CallNeighbours::CallNeighbours(const py::module_& host, bool own, const py::obje
         git_history::ProductionOptions{.runner = git_utils::GitRunner().stopped_by(&stop_)},
         p.sink);
     const git_history::Neighbours n = p.production->neighbours();
-    p.neighbours.emplace(git_history::Neighbours{n.git, n.index, n.filters, p.logger});
+    p.neighbours.emplace(
+        git_history::Neighbours{n.git, n.index, n.filters, p.logger, n.parse_time_spec});
     p.repository.emplace(db.is_none() ? p.stand_in : db.cast<const repository_changes::IndexDb&>());
   } else {
     p.git.emplace(host, repo_root);
     p.index.emplace(host, db);
-    p.filters.emplace(host);
-    p.neighbours.emplace(git_history::Neighbours{*p.git, *p.index, *p.filters, p.logger});
+    p.filters = host_filters(host);
+    p.parse_time_spec = [&git = *p.git](const std::string& since) {
+      return git.parse_time_spec(since);
+    };
+    p.neighbours.emplace(
+        git_history::Neighbours{*p.git, *p.index, p.filters, p.logger, p.parse_time_spec});
     p.repository.emplace(p.stand_in);
   }
   p.history.emplace(*p.neighbours);

@@ -112,8 +112,8 @@ ReportContent gather_report(const HistorySession& session, const ReportArgs& arg
                             std::chrono::sys_seconds now) {
   const git_history::Neighbours production = session.production().neighbours();
   const git_utils::KeptLogReader git(production.git);
-  const git_history::GitHistory history(
-      git_history::Neighbours{git, production.index, production.filters, production.logger});
+  const git_history::GitHistory history(git_history::Neighbours{
+      git, production.index, production.filters, production.logger, production.parse_time_spec});
   const HistoryQuery query = session.query();
 
   ReportContent content;

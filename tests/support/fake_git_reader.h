@@ -104,7 +104,9 @@ class FakeGitReader final : public git_utils::GitReader {
     record("get_default_branch", {});
     return default_branch;
   }
-  Time parse_time_spec(const std::string& since) const override {
+  // Not a git operation, but recorded with them, so tests see where a
+  // period is read among the git calls.
+  Time parse_time_spec(const std::string& since) const {
     record("parse_time_spec", {since});
     const auto found = periods.find(since);
     if (found == periods.end())

@@ -16,6 +16,7 @@
 
 #include "lomarind/production/production_history.h"
 #include "lomarind/storage/sqlite_index.h"
+#include "lomarind/utils/json.h"
 #include "lomarind/utils/logging.h"
 #include "lomarind/workers/git_history/git_history.h"
 #include "support/fake_git_reader.h"
@@ -60,30 +61,38 @@ class FakeChangeIndex final : public repository_changes::ChangeIndex {
 
 // Small fixed rules: a test lives under tests/ or is named test_*; source
 // extensions are .py and .cpp; only the listed directories are skipped.
-class FakeSourceFilters final : public git_history::SourceFilters {
- public:
+struct FakeSourceFilters : git_history::SourceFilters {
   std::set<std::string, std::less<>> source_languages = {"python", "cpp"};
   std::set<std::string, std::less<>> skipped_directories = {"build", "vendor/lib"};
 
   // "is_test_path(a.py)", "should_skip_path(.)", ...
-  mutable std::vector<std::string> calls;
+  std::vector<std::string> calls;
 
-  bool in_source_languages(std::string_view language) const override {
-    calls.push_back("in_source_languages(" + std::string(language) + ")");
-    return source_languages.contains(language);
+  FakeSourceFilters() {
+    in_source_languages = recorded("in_source_languages", [this](std::string_view language) {
+      return source_languages.contains(language);
+    });
+    is_source_extension = recorded("is_source_extension", [](std::string_view path) {
+      return path.ends_with(".py") || path.ends_with(".cpp");
+    });
+    is_test_path = recorded("is_test_path", [](std::string_view path) {
+      return path.starts_with("tests/") || path.find("/tests/") != std::string_view::npos ||
+             path.substr(path.rfind('/') + 1).starts_with("test_");  // npos + 1 is 0
+    });
+    should_skip_path = recorded("should_skip_path", [this](std::string_view directory) {
+      return skipped_directories.contains(directory);
+    });
   }
-  bool is_source_extension(std::string_view path) const override {
-    calls.push_back("is_source_extension(" + std::string(path) + ")");
-    return path.ends_with(".py") || path.ends_with(".cpp");
-  }
-  bool is_test_path(std::string_view path) const override {
-    calls.push_back("is_test_path(" + std::string(path) + ")");
-    return path.starts_with("tests/") || path.find("/tests/") != std::string_view::npos ||
-           path.substr(path.rfind('/') + 1).starts_with("test_");  // npos + 1 is 0
-  }
-  bool should_skip_path(std::string_view directory) const override {
-    calls.push_back("should_skip_path(" + std::string(directory) + ")");
-    return skipped_directories.contains(directory);
+  FakeSourceFilters(const FakeSourceFilters&) = delete;  // the tests refer to this one
+  FakeSourceFilters& operator=(const FakeSourceFilters&) = delete;
+
+ private:
+  template <typename Rule>
+  Test recorded(const char* name, Rule rule) {
+    return [this, name, rule](std::string_view text) {
+      calls.push_back(std::string(name) + "(" + std::string(text) + ")");
+      return rule(text);
+    };
   }
 };
 
@@ -120,7 +129,11 @@ class GitHistoryTest : public ::testing::Test {
   FakeSourceFilters filters_;
   RecordingLogSink sink_;
   Logger logger_{std::string(git_history::kLoggerName), sink_};
-  git_history::GitHistory history_{git_history::Neighbours{git_, index_, filters_, logger_}};
+  git_history::TimeSpecParser parse_time_spec_ = [this](const std::string& since) {
+    return git_.parse_time_spec(since);
+  };
+  git_history::GitHistory history_{
+      git_history::Neighbours{git_, index_, filters_, logger_, parse_time_spec_}};
   repository_changes::IndexDb db_;
   repository_changes::Repository repository_{db_};
 };

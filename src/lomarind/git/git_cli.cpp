@@ -128,10 +128,6 @@ std::string GitCli::get_default_branch(const std::filesystem::path& repo_root) c
   return "main";
 }
 
-std::chrono::sys_seconds GitCli::parse_time_spec(const std::string& since) const {
-  return git_utils::parse_time_spec(since, now_());
-}
-
 std::vector<FileChange> GitCli::diff_file_changes(const std::filesystem::path& repo_root,
                                                   const std::string& base_commit,
                                                   const std::string& head_commit) const {

@@ -15,12 +15,9 @@
 
 namespace lomarind::git_utils {
 
-// Gives the current time; parse_time_spec measures spans back from it.
-using Clock = std::function<std::chrono::sys_seconds()>;
-
 class GitCli final : public GitReader {
  public:
-  GitCli(GitRunner runner, Clock now) : runner_(std::move(runner)), now_(std::move(now)) {}
+  explicit GitCli(GitRunner runner) : runner_(std::move(runner)) {}
 
   // `name` is any revision git understands; every caller-supplied name is
   // passed after --end-of-options, so one that looks like an option is
@@ -31,7 +28,6 @@ class GitCli final : public GitReader {
   std::optional<std::string> resolve_display_branch(
       const std::filesystem::path& repo_root) const override;
   std::string get_default_branch(const std::filesystem::path& repo_root) const override;
-  std::chrono::sys_seconds parse_time_spec(const std::string& since) const override;
   std::vector<FileChange> diff_file_changes(const std::filesystem::path& repo_root,
                                             const std::string& base_commit,
                                             const std::string& head_commit) const override;
@@ -66,7 +62,6 @@ class GitCli final : public GitReader {
                                         std::span<const std::string> commits) const;
 
   GitRunner runner_;
-  Clock now_;
 };
 
 }  // namespace lomarind::git_utils

@@ -23,9 +23,6 @@ class GitReaderWrapper : public GitReader {
   std::string get_default_branch(const std::filesystem::path& repo_root) const override {
     return target_.get_default_branch(repo_root);
   }
-  std::chrono::sys_seconds parse_time_spec(const std::string& since) const override {
-    return target_.parse_time_spec(since);
-  }
   std::vector<FileChange> diff_file_changes(const std::filesystem::path& repo_root,
                                             const std::string& base_commit,
                                             const std::string& head_commit) const override {

@@ -9,20 +9,11 @@
 
 namespace lomarind::git_history {
 
-bool DefaultSourceFilters::in_source_languages(std::string_view language) const {
-  return language_filter::in_source_languages(language);
-}
-
-bool DefaultSourceFilters::is_source_extension(std::string_view path) const {
-  return language_filter::is_source_extension(path);
-}
-
-bool DefaultSourceFilters::is_test_path(std::string_view path) const {
-  return path_filter::is_test_path(path);
-}
-
-bool DefaultSourceFilters::should_skip_path(std::string_view directory) const {
-  return path_filter::should_skip_path(directory);
+SourceFilters builtin_source_filters() {
+  return {.in_source_languages = language_filter::in_source_languages,
+          .is_source_extension = language_filter::is_source_extension,
+          .is_test_path = path_filter::is_test_path,
+          .should_skip_path = path_filter::should_skip_path};
 }
 
 std::chrono::sys_seconds wall_clock() {
@@ -37,14 +28,17 @@ bool commit_cache_disabled_by_environment() {
 // The cache warns on a logger of its own, so the history module's logger
 // carries only the module's own lines.
 ProductionHistory::ProductionHistory(ProductionOptions options, const LogSink& sink)
-    : git_(options.runner, std::move(options.now)),
+    : git_(options.runner),
       cache_logger_(std::string(commit_cache::kCacheLoggerName), sink),
       cached_(options.commit_cache && !commit_cache_disabled_by_environment()
                   ? std::make_optional<commit_cache::CachedGitReader>(git_, options.runner,
                                                                       cache_logger_)
                   : std::nullopt),
       logger_(std::string(kLoggerName), sink),
-      history_(Neighbours{reader(), index_, filters_, logger_}) {}
+      parse_time_spec_([now = std::move(options.now)](const std::string& since) {
+        return git_utils::parse_time_spec(since, now());
+      }),
+      history_(neighbours()) {}
 
 const git_utils::GitReader& ProductionHistory::reader() const {
   if (cached_) return *cached_;

@@ -13,19 +13,14 @@
 #include "lomarind/git/git_runner.h"
 #include "lomarind/storage/cached_git_reader.h"
 #include "lomarind/storage/sqlite_index.h"
-#include "lomarind/utils/json.h"
 #include "lomarind/utils/logging.h"
+#include "lomarind/utils/time_spec.h"
 #include "lomarind/workers/git_history/git_history.h"
 
 namespace lomarind::git_history {
 
-class DefaultSourceFilters final : public SourceFilters {
- public:
-  bool in_source_languages(std::string_view language) const override;
-  bool is_source_extension(std::string_view path) const override;
-  bool is_test_path(std::string_view path) const override;
-  bool should_skip_path(std::string_view directory) const override;
-};
+// The library's own language and path rules.
+SourceFilters builtin_source_filters();
 
 // The wall clock, to the second.
 std::chrono::sys_seconds wall_clock();
@@ -53,7 +48,7 @@ class ProductionHistory {
   const GitHistory& history() const { return history_; }
   // The neighbours themselves, for a caller that wraps one of them (a
   // reader that serves several answers from one log, say).
-  Neighbours neighbours() const { return {reader(), index_, filters_, logger_}; }
+  Neighbours neighbours() const { return {reader(), index_, filters_, logger_, parse_time_spec_}; }
 
  private:
   const git_utils::GitReader& reader() const;
@@ -62,8 +57,9 @@ class ProductionHistory {
   Logger cache_logger_;
   std::optional<commit_cache::CachedGitReader> cached_;
   repository_changes::SqliteIndex index_;
-  DefaultSourceFilters filters_;
+  SourceFilters filters_ = builtin_source_filters();
   Logger logger_;
+  TimeSpecParser parse_time_spec_;
   GitHistory history_;
 };
 

@@ -63,7 +63,7 @@ class GitError : public std::runtime_error {
   int exit_status_;
 };
 
-// Every operation but parse_time_spec runs git in `repo_root` and throws
+// Every operation runs git in `repo_root` and throws
 // GitError when the command fails. A name that does not resolve is no
 // failure: resolve_commit returns nullopt for it.
 class GitReader {
@@ -77,9 +77,6 @@ class GitReader {
       const std::filesystem::path& repo_root) const = 0;
   // Always a name: origin/HEAD's branch, else main, else master, else "main".
   virtual std::string get_default_branch(const std::filesystem::path& repo_root) const = 0;
-  // Throws std::invalid_argument, whose text is shown to the user, for a
-  // string that is no period.
-  virtual std::chrono::sys_seconds parse_time_spec(const std::string& since) const = 0;
   // The files `head` changed since it left `base` (git diff base...head).
   virtual std::vector<FileChange> diff_file_changes(const std::filesystem::path& repo_root,
                                                     const std::string& base_commit,

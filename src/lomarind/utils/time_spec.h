@@ -4,9 +4,13 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <string_view>
 
 namespace lomarind::git_utils {
+
+// Gives the current time; periods count back from it.
+using Clock = std::function<std::chrono::sys_seconds()>;
 
 // The start of the period `since`, measured back from `now`. Months and
 // years are calendar ones, clamped to the last day of the month reached.

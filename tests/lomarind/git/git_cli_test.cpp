@@ -29,7 +29,7 @@ sys_seconds at(std::int64_t unix_seconds) { return sys_seconds{seconds{unix_seco
 class GitCliTest : public ::testing::Test {
  protected:
   IsolatedGit isolated_;
-  GitCli git_{isolated_.runner(), [] { return kNow; }};
+  GitCli git_{isolated_.runner()};
   TempGitRepo repo_;
 };
 
@@ -68,10 +68,9 @@ TEST_F(GitCliTest, FailuresCarryGitsMessageAndPeriodsUseTheClock) {
               }).starts_with("fatal: not a git repository"));
   for (const GitRunner& runner : {GitRunner("lomarind-no-such-git"), GitRunner("git", {"PATH="}),
                                   GitRunner("git", {"PATH=/nonexistent:."})}) {
-    EXPECT_EQ(git_error([&] { GitCli(runner, [] { return kNow; }).resolve_commit(".", "HEAD"); }),
+    EXPECT_EQ(git_error([&] { GitCli(runner).resolve_commit(".", "HEAD"); }),
               "git is not installed or not on PATH");
   }
-  EXPECT_EQ(git_.parse_time_spec("1 day"), kNow - std::chrono::days(1));
 }
 
 // main:    base(1000) -- main moves(2500)
@@ -235,7 +234,7 @@ TEST_F(GitCliBranchTest, InheritedGitVariablesDoNotRedirectOrConfigure) {
   EXPECT_EXIT(
       {
         for (const auto& [name, value] : inherited) ::setenv(name.c_str(), value.c_str(), 1);
-        GitCli inheriting(GitRunner(), [] { return kNow; });
+        GitCli inheriting{GitRunner()};
         std::exit(ask_everything(inheriting) == expected ? 0 : 1);
       },
       ::testing::ExitedWithCode(0), "");

@@ -22,7 +22,6 @@ namespace {
 using std::chrono::sys_seconds;
 using testing::git_error;
 
-constexpr sys_seconds kNow{std::chrono::seconds{1'700'000'000}};
 
 class GitRunnerTest : public ::testing::Test {
  protected:
@@ -33,7 +32,7 @@ class GitRunnerTest : public ::testing::Test {
   }
 
   testing::IsolatedGit isolated_;
-  GitCli git_{isolated_.runner(), [] { return kNow; }};
+  GitCli git_{isolated_.runner()};
   testing::TempGitRepo repo_;
   testing::TempDir scratch_;
   std::string first_;
@@ -73,8 +72,7 @@ TEST_F(GitRunnerTest, FifoWhereGitReadsAttributesOrConfigIsRefused) {
   };
   // A backstop: a failing case ends in seconds rather than hanging.
   GitCli git(GitRunner("git", {"PATH=/usr/bin:/bin", "HOME=" + scratch_.path().string()},
-                       std::chrono::seconds(10)),
-             [] { return kNow; });
+                       std::chrono::seconds(10)));
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
     std::filesystem::create_directories(git_dir / "info");
@@ -128,7 +126,7 @@ TEST_F(GitRunnerTest, SystemConfigSafeDirectoriesCountAndNothingElse) {
       .inactivity_limit = kGitInactivityLimit,
       .stop = nullptr,
       .system_config = system};
-  const GitCli git(GitRunner(options), [] { return kNow; });
+  const GitCli git{GitRunner(options)};
   const std::vector<CommitChanges> counted = {
       {first_,
        1000,
@@ -169,8 +167,7 @@ TEST_F(GitRunnerTest, SilentGitIsStoppedAtTheLimit) {
   const std::filesystem::path script = scratch_.path() / "git";
   const std::filesystem::path pid_file = scratch_.path() / "pid";
   testing::write_hanging_program(script, pid_file);
-  GitCli stuck(GitRunner(script.string(), {"PATH=/usr/bin:/bin"}, std::chrono::milliseconds(300)),
-               [] { return kNow; });
+  GitCli stuck(GitRunner(script.string(), {"PATH=/usr/bin:/bin"}, std::chrono::milliseconds(300)));
   EXPECT_EQ(git_error([&] { stuck.resolve_commit(repo_.root(), "HEAD"); }),
             "git rev-parse printed nothing for 1 s and was stopped (the limit for a silent git "
             "command); look for a file in the repository that git waits on, such as a named pipe");

@@ -27,7 +27,8 @@ class KeptLogReaderTest : public testing::GitHistoryTest {
   }
 
   KeptLogReader kept_{git_};
-  git_history::GitHistory over_kept_{git_history::Neighbours{kept_, index_, filters_, logger_}};
+  git_history::GitHistory over_kept_{
+      git_history::Neighbours{kept_, index_, filters_, logger_, parse_time_spec_}};
 };
 
 TEST_F(KeptLogReaderTest, AnswersOfOneReportReadTheLogOnceAndAgreeWithDirectAnswers) {

@@ -65,7 +65,7 @@ void build_history(const TempGitRepo& repo, int extra_commits = 0) {
 class CachedGitReaderTest : public ::testing::Test {
  protected:
   CachedGitReaderTest()
-      : git_(isolated_.runner(), [] { return std::chrono::sys_seconds(); }),
+      : git_(isolated_.runner()),
         cached_(git_, isolated_.runner(), Logger(std::string(kCacheLoggerName), sink_)) {}
 
   std::string head() const { return *git_.resolve_commit(repo_.root(), "HEAD"); }

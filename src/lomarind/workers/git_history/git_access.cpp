@@ -11,9 +11,10 @@ constexpr std::string_view kRemotePrefix = "origin/";
 
 }  // namespace
 
-std::chrono::sys_seconds period_start(const git_utils::GitReader& git, const std::string& since) {
+std::chrono::sys_seconds period_start(const TimeSpecParser& parse_time_spec,
+                                      const std::string& since) {
   try {
-    return git.parse_time_spec(since);
+    return parse_time_spec(since);
   } catch (const std::invalid_argument& error) {
     throw GitHistoryError(error.what(), std::current_exception());
   }
@@ -66,10 +67,11 @@ ResolvedRef resolve_head(const git_utils::GitReader& git, const std::filesystem:
                         std::string(parameter) + " empty to use the current branch");
 }
 
-PeriodLog read_period(const git_utils::GitReader& git, const Logger& logger,
+PeriodLog read_period(const TimeSpecParser& parse_time_spec, const git_utils::GitReader& git,
+                      const Logger& logger,
                       const std::filesystem::path& repo_root, const std::string& since,
                       const std::optional<std::string>& branch) {
-  PeriodLog log{.start = period_start(git, since), .tip = {}, .commits = {}};
+  PeriodLog log{.start = period_start(parse_time_spec, since), .tip = {}, .commits = {}};
   log.commits = reading_git(logger, [&] {
     log.tip = resolve_head(git, repo_root, branch, "branch");
     return git.log_commit_changes(repo_root, log.start, log.tip.commit, MAX_COMMITS);

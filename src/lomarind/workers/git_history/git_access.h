@@ -14,6 +14,7 @@
 
 #include "lomarind/utils/git_utils.h"
 #include "lomarind/utils/logging.h"
+#include "lomarind/workers/git_history/neighbour_interfaces.h"
 #include "lomarind/workers/git_history/records.h"
 
 namespace lomarind::git_history::detail {
@@ -34,7 +35,8 @@ decltype(auto) reading_git(const Logger& logger, Block&& block) {
 
 // The start of the period `since`. A string that is no period throws
 // GitHistoryError with the parser's message, the parser's error as cause.
-std::chrono::sys_seconds period_start(const git_utils::GitReader& git, const std::string& since);
+std::chrono::sys_seconds period_start(const TimeSpecParser& parse_time_spec,
+                                      const std::string& since);
 
 // A name that resolved, and its commit.
 struct ResolvedRef {
@@ -71,8 +73,8 @@ struct PeriodLog {
 // The start of `since`, then (inside the git-error guard) the tip of
 // `branch` or of what is checked out, and one log of at most MAX_COMMITS
 // commits from it.
-PeriodLog read_period(const git_utils::GitReader& git, const Logger& logger,
-                      const std::filesystem::path& repo_root, const std::string& since,
-                      const std::optional<std::string>& branch);
+PeriodLog read_period(const TimeSpecParser& parse_time_spec, const git_utils::GitReader& git,
+                      const Logger& logger, const std::filesystem::path& repo_root,
+                      const std::string& since, const std::optional<std::string>& branch);
 
 }  // namespace lomarind::git_history::detail

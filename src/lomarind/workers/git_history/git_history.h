@@ -30,6 +30,7 @@ struct Neighbours {
   const repository_changes::ChangeIndex& index;
   const SourceFilters& filters;
   const Logger& logger;
+  const TimeSpecParser& parse_time_spec;
 };
 
 struct BranchChangesOptions {

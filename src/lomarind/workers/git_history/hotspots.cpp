@@ -51,7 +51,7 @@ HotspotsAnswer GitHistory::hotspots(const repository_changes::Repository& reposi
                           quoting::quoted_name(options.group_by));
   }
   const detail::PeriodLog log =
-      detail::read_period(n_.git, n_.logger, repo_root, options.since, options.branch);
+      detail::read_period(n_.parse_time_spec, n_.git, n_.logger, repo_root, options.since, options.branch);
 
   std::vector<detail::PathHistory> kept = existing_files(detail::histories(log.commits));
   const std::size_t existing = kept.size();

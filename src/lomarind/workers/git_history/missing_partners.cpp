@@ -87,7 +87,7 @@ std::vector<MissingPartner> GitHistory::partners_of(
 std::vector<MissingPartner> GitHistory::missing_partners(
     const repository_changes::Repository& repository, const std::filesystem::path& repo_root,
     const MissingPartnersOptions& options) const {
-  const std::chrono::sys_seconds start = detail::period_start(n_.git, options.since);
+  const std::chrono::sys_seconds start = detail::period_start(n_.parse_time_spec, options.since);
   const BranchChanges changes = branch_changes(repo_root, options.base_branch, options.head_branch);
   return partners_of(repository, repo_root, changes, start, options.source_only);
 }
@@ -95,7 +95,7 @@ std::vector<MissingPartner> GitHistory::missing_partners(
 BranchDiffAnswer GitHistory::branch_diff_with_partners(
     const repository_changes::Repository& repository, const std::filesystem::path& repo_root,
     const BranchDiffOptions& options, const std::string& partners_since) const {
-  const std::chrono::sys_seconds start = detail::period_start(n_.git, partners_since);
+  const std::chrono::sys_seconds start = detail::period_start(n_.parse_time_spec, partners_since);
   const BranchChanges changes = branch_changes(repo_root, options.base_branch, options.head_branch);
   BranchDiffAnswer answer = diff_answer(repository, repo_root, changes, options);
   answer.missing_partners = partners_of(repository, repo_root, changes, start, options.source_only);
