@@ -70,6 +70,17 @@ def test_errors_chain_their_cause_and_warn_on_the_history_logger(repo, index, tm
         coupling(index, str(tmp_path))  # no repository here
     assert isinstance(failed.value.__cause__, git_utils.GitError)
     assert [r.getMessage() for r in caplog.records] == [str(failed.value)]
+    assert caplog.records[-1].args[0] is failed.value.__cause__
+
+
+def test_a_host_s_replaced_neighbours_answer_too(coupled, index, monkeypatch):
+    own = coupling(index, coupled.root)
+    logs, real = [], git_utils.log_commit_changes
+    monkeypatch.setattr(git_utils, "log_commit_changes",
+                        lambda *args, **kw: logs.append(kw["since"]) or real(*args, **kw))
+    monkeypatch.setattr(git_history, "is_test_path", lambda path: path.endswith("util.py"))
+    assert coupling(index, coupled.root)["pairs"] == own["pairs"] and len(logs) == 1
+    assert coupling(index, coupled.root, source_only=True)["pairs"] == []
 
 
 def test_missing_partners_judge_the_branch_by_its_base(coupled, index):

@@ -1,7 +1,6 @@
-"""Every name a host finds on the history module: signatures, records and constants."""
+"""The records, constants and guards a host finds on the history module."""
 
 import contextlib
-import inspect
 import logging
 import typing
 
@@ -10,43 +9,6 @@ import pytest
 from lomarind.storage.repository_changes import LineRange
 from lomarind.utils.git_utils import FileChange, GitError, LineSpan
 from lomarind.workers import git_history, retrieval
-
-SIGNATURES = {
-    "is_source_path": "(path, language)",
-    "branch_changes": "(repo_root, base_branch, head_branch, *, head_parameter='head_branch')",
-    "recent_changes": "(repository, repo_root, *, since, branch, include_symbols, limit, offset,"
-                      " source_only)",
-    "hotspots": "(repository, repo_root, *, since, branch, group_by, limit, offset, source_only)",
-    "file_hotspots": "(repository, repo_root, *, since, branch, limit)",
-    "branch_diff": "(repository, repo_root, *, base_branch, head_branch, include_symbols, limit,"
-                   " offset, source_only)",
-    "by_lines_changed": "(files)",
-    "change_row": "(change)",
-    "changed_line_spans": "(repo_root, base_commit, head_commit, files, *, merge_base)",
-    "line_ranges": "(spans, paths)",
-    "touched_symbols": "(repository, repo_root, base_commit, head_commit, files, *, merge_base,"
-                       " per_file=10)",
-    "symbol_row": "(symbol)",
-    "_reading_git": "()",
-    "_period_start": "(since)",
-    "_resolve_base": "(repo_root, name)",
-    "_resolve_head": "(repo_root, name, parameter)",
-    "_resolve_branch": "(repo_root, name)",
-    "_histories": "(commits)",
-    "_is_source": "(path, facts)",
-    "_history_row": "(history)",
-    "_period_fields": "(since, branch, commits)",
-    "_file_rows": "(histories, facts)",
-    "_component_rows": "(histories, facts)",
-    "_attach_symbols": "(rows, symbols)",
-    "_page": "(items, limit, offset)",
-    "_paginated": "(result, key, rows, total, limit, offset)",
-}
-
-
-@pytest.mark.parametrize("name, signature", SIGNATURES.items())
-def test_signature(name, signature):
-    assert str(inspect.signature(getattr(git_history, name))) == signature
 
 
 def test_constants_and_logger():
