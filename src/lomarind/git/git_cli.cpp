@@ -166,10 +166,12 @@ std::vector<CommitChanges> GitCli::log_commit_changes(const std::filesystem::pat
 std::vector<CommitChanges> GitCli::log_commit_times(const std::filesystem::path& repo_root,
                                                     std::chrono::sys_seconds since,
                                                     const std::string& ref, int max_commits) const {
-  std::vector<std::string> args = {"log", "-z", "--no-show-signature", std::string(kLogFormat)};
+  // rev-list walks as the log does, without the log's set-up for showing
+  // commits: about half the time.
+  std::vector<std::string> args = {"rev-list", "--timestamp"};
   std::vector<std::string> walk = period_walk(since, ref, max_commits);
   args.insert(args.end(), walk.begin(), walk.end());
-  return parse_log(runner_.run_checked(repo_root, args));
+  return parse_commit_times(runner_.run_checked(repo_root, args));
 }
 
 std::vector<CommitChanges> GitCli::read_commit_changes(

@@ -136,18 +136,19 @@ std::vector<FileChange> read_changes(Records& records) {
   return changes;
 }
 
-CommitChanges read_commit_header(std::string_view header) {
-  std::size_t space = header.find(' ');
-  if (space == 0 || space == std::string_view::npos) malformed("a commit header is incomplete");
-  const std::string_view id = header.substr(0, space);
-  // A commit id is hex; anything else means the records are out of step.
-  if (id.find_first_not_of("0123456789abcdef") != std::string_view::npos) {
+// A commit id is hex; anything else means the records are out of step.
+CommitChanges commit_of(std::string_view id, std::string_view time) {
+  if (id.empty() || id.find_first_not_of("0123456789abcdef") != std::string_view::npos) {
     malformed("a commit id is not hexadecimal");
   }
-  CommitChanges commit;
-  commit.commit = std::string(id);
-  commit.timestamp = parse_integer(header.substr(space + 1), "a commit time is not a number");
-  return commit;
+  return CommitChanges{std::string(id), parse_integer(time, "a commit time is not a number"), {}};
+}
+
+// "<id> <time>"
+CommitChanges read_commit_header(std::string_view header) {
+  const std::size_t space = header.find(' ');
+  if (space == 0 || space == std::string_view::npos) malformed("a commit header is incomplete");
+  return commit_of(header.substr(0, space), header.substr(space + 1));
 }
 
 int octal_digit(char c) { return c >= '0' && c <= '7' ? c - '0' : -1; }
@@ -283,6 +284,20 @@ std::vector<CommitChanges> parse_log(std::string_view output) {
     commits.push_back(read_commit_header(records.next()));
     records.skip_newline();
     commits.back().files = read_changes(records);
+  }
+  return commits;
+}
+
+std::vector<CommitChanges> parse_commit_times(std::string_view output) {
+  std::vector<CommitChanges> commits;
+  while (!output.empty()) {
+    const std::size_t end = output.find('\n');
+    if (end == std::string_view::npos) malformed("a commit line is incomplete");
+    const std::string_view line = output.substr(0, end);
+    const std::size_t space = line.find(' ');
+    if (space == std::string_view::npos) malformed("a commit line is incomplete");
+    commits.push_back(commit_of(line.substr(space + 1), line.substr(0, space)));
+    output.remove_prefix(end + 1);
   }
   return commits;
 }

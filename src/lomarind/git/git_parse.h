@@ -26,6 +26,9 @@ std::vector<FileChange> parse_file_changes(std::string_view output);
 // order. A commit without a diff (a merge) has no files.
 std::vector<CommitChanges> parse_log(std::string_view output);
 
+// The commits of `git rev-list --timestamp`, in git's order, without files.
+std::vector<CommitChanges> parse_commit_times(std::string_view output);
+
 // The head-side spans of the hunks of `git diff -U0` with the b/ destination
 // prefix, keyed by head-side path in the diff's order. A hunk without lines
 // on the head side gives no span, a file without such hunks (deleted,

@@ -61,6 +61,18 @@ TEST(ParseLogTest, MalformedOutputIsAGitError) {
   }
 }
 
+TEST(ParseCommitTimesTest, ReadsTimeAndIdPerLineAndRefusesAnythingElse) {
+  const std::vector<CommitChanges> commits = parse_commit_times("20 abc\n-5 def\n");
+  ASSERT_EQ(commits.size(), 2u);
+  EXPECT_EQ(commits[1].commit, "def");
+  EXPECT_EQ(commits[1].timestamp, -5);
+  EXPECT_TRUE(parse_commit_times("").empty());
+  for (const char* output : {"20 abc", "20abc\n", "x abc\n", "20 \n", "20 ABC\n"}) {
+    SCOPED_TRACE(output);
+    EXPECT_THROW(parse_commit_times(output), GitError);
+  }
+}
+
 TEST(ParseLineSpansTest, KeysHeadSideSpansByHeadPath) {
   std::string patch =
       "diff --git a/a b.txt b/a b.txt\n--- a/a b.txt\t\n+++ b/a b.txt\t\n"
