@@ -320,7 +320,15 @@ CallNeighbours::CallNeighbours(const py::module_& host, bool own, const py::obje
   p.history.emplace(*p.neighbours);
 }
 
-CallNeighbours::~CallNeighbours() = default;
+CallNeighbours::~CallNeighbours() {
+  // The cache may still be storing the commits it read: other Python
+  // threads run meanwhile. Nothing in the production neighbours needs Python
+  // once the answer is in.
+  if (parts_->production) {
+    py::gil_scoped_release release;
+    parts_->production.reset();
+  }
+}
 
 const git_history::GitHistory& CallNeighbours::history() const { return *parts_->history; }
 
