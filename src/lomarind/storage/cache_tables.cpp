@@ -140,6 +140,14 @@ std::uint32_t PathWriter::number(const std::string& path, const std::string& att
   return known->second;
 }
 
+std::vector<std::string> distinct_paths(SQLite::Database& db, std::size_t limit) {
+  SQLite::Statement query(db, "SELECT DISTINCT path FROM paths LIMIT ?");
+  query.bind(1, static_cast<std::int64_t>(limit));
+  std::vector<std::string> paths;
+  while (query.executeStep()) paths.emplace_back(blob(query.getColumn(0)));
+  return paths;
+}
+
 void prune(SQLite::Database& db, std::uint64_t max_bytes) {
   std::uint64_t live = live_bytes(db);
   if (live <= max_bytes) return;

@@ -54,6 +54,9 @@ class PathWriter {
   std::unordered_map<std::string, std::uint32_t> known_;  // "path\0attribute"
 };
 
+// The distinct paths of the path table, at most `limit` of them.
+std::vector<std::string> distinct_paths(SQLite::Database& db, std::size_t limit);
+
 // When the file's live pages exceed `max_bytes`, drops the entries stored
 // longest ago until they fill at most three quarters of it (so that the
 // next stores do not prune again at once), then the paths no entry names,

@@ -59,6 +59,14 @@ CacheUse start_use(const git_utils::GitRunner& runner, const std::filesystem::pa
   return CacheUse(std::move(cache), std::move(settings), runner, repo_root);
 }
 
+// Past this many, asking for paths the period may not name costs more than
+// the one wait it saves.
+constexpr std::size_t kKnownPathsAsked = 10000;
+
+void CacheUse::learn_known_attributes() {
+  if (const auto paths = cache_.known_paths(kKnownPathsAsked)) learn_attributes(*paths);
+}
+
 void CacheUse::learn_attributes(const std::vector<std::string>& paths) {
   std::vector<std::string> asked;
   std::unordered_set<std::string_view> seen;

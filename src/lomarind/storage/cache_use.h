@@ -23,6 +23,10 @@ class CacheUse {
   CacheUse(CommitCache cache, git_utils::DiffSettings settings, const git_utils::GitRunner& runner,
            const std::filesystem::path& repo_root);
 
+  // Asks git now, in one go, for the `diff` attribute of every path the
+  // cache names, unless there are too many: what fill() then needs is
+  // usually known already. Throws GitError.
+  void learn_known_attributes();
   // Gives the commits the cache holds their files; returns the positions
   // of the others. Throws CacheError or GitError, having filled nothing.
   std::vector<std::size_t> fill(std::vector<git_utils::CommitChanges>& commits);

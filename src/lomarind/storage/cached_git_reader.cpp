@@ -56,12 +56,14 @@ std::vector<CommitChanges> CachedGitReader::log_commit_changes(
     const std::filesystem::path& repo_root, std::chrono::sys_seconds since, const std::string& ref,
     int max_commits) const {
   finish_storing();
-  // The cache is made ready (what shapes diffs, the file) while git lists
-  // the commits.
+  // The cache is made ready (what shapes diffs, the file, the attributes
+  // of the paths it names) while git lists the commits.
   std::future<Ready> ready = start_thread([this, &repo_root] {
     Ready prepared;
-    prepared.failure =
-        failure_of([&] { prepared.use.emplace(start_use(runner_, repo_root, max_bytes_)); });
+    prepared.failure = failure_of([&] {
+      prepared.use.emplace(start_use(runner_, repo_root, max_bytes_));
+      prepared.use->learn_known_attributes();
+    });
     if (prepared.failure) prepared.use.reset();
     return prepared;
   });

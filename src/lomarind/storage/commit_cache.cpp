@@ -192,6 +192,17 @@ FoundCommits CommitCache::find(std::uint64_t fingerprint,
   return found;
 }
 
+std::optional<std::vector<std::string>> CommitCache::known_paths(std::size_t at_most) const {
+  std::vector<std::string> paths;
+  try {
+    paths = distinct_paths(impl_->db, at_most + 1);
+  } catch (const std::exception&) {
+    rethrow_as_cache_error(impl_->file, "read");
+  }
+  if (paths.size() > at_most) return std::nullopt;
+  return paths;
+}
+
 void CommitCache::store(const CacheKey& key, const std::vector<CachedCommit>& commits) {
   if (commits.empty()) return;
   try {

@@ -66,6 +66,9 @@ class CommitCache {
   // longer matches its checksum, counts as not held. Throws CacheError when
   // the file cannot be read or is damaged.
   FoundCommits find(std::uint64_t fingerprint, const std::vector<std::string>& commits) const;
+  // Every path the cache names, each once; nullopt when there are more than
+  // `at_most`. Throws CacheError as find() does.
+  std::optional<std::vector<std::string>> known_paths(std::size_t at_most) const;
 
   // Adds `commits` under `key` in one transaction, replacing their entries
   // and dropping those of the same git under another fingerprint (another
