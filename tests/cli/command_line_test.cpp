@@ -44,17 +44,22 @@ TEST(CommandLineTest, LeftOutIsAbsentWhileEmptyAndDashValuesAreNames) {
 }
 
 TEST(CommandLineTest, GlobalOptionsGoBeforeOrAfterTheCommand) {
-  for (const std::vector<std::string>& args :
-       {std::vector<std::string>{"--repo", "r", "--index", "i.db", "--no-cache", "diff", "--json"},
-        std::vector<std::string>{"diff", "--json", "--repo", "r", "--no-cache", "--index=i.db"}}) {
+  // The last of a repeated option wins, on either side of the command.
+  using Args = std::vector<std::string>;
+  for (const Args& args :
+       {Args{"--repo", "r", "--index", "i.db", "--no-cache", "diff", "--json"},
+        Args{"diff", "--json", "--repo", "r", "--no-cache", "--index=i.db"},
+        Args{"--repo", "a", "--no-cache", "diff", "--index=i.db", "--repo=r", "--json"}}) {
     GlobalOptions global;
     EXPECT_TRUE(parse_ok<DiffArgs>(args, &global).json);
     EXPECT_EQ(global.repo, "r");
     EXPECT_EQ(global.index, "i.db");
     EXPECT_TRUE(global.no_cache);
   }
-  const RecentArgs recent = parse_ok<RecentArgs>(
-      {"recent", "--since=2w", "--symbols", "--source-only", "--limit", "-1", "--offset", "7"});
+  const RecentArgs recent =
+      parse_ok<RecentArgs>({"recent", "--since", "1w", "--since=2w", "--symbols", "--source-only",
+                            "--limit", "-1", "--offset", "7"});
+  EXPECT_EQ(recent.question.since, "2w");
   EXPECT_TRUE(recent.question.include_symbols && recent.question.source_only);
   EXPECT_EQ(recent.question.limit, -1);
   EXPECT_EQ(recent.question.offset, 7);
@@ -118,8 +123,8 @@ TEST(CommandLineTest, UsageErrorsExitTwoAndHelpExitsZero) {
     EXPECT_EQ(parse_command_line(args).err,
               "lomarind: " + message + "\nlomarind: run 'lomarind help' for usage\n");
   }
-  for (const std::vector<std::string>& args :
-       {std::vector<std::string>{"recent", "--help"}, std::vector<std::string>{"help", "recent"}}) {
+  for (const auto& args :
+       std::vector<std::vector<std::string>>{{"recent", "--help"}, {"help", "recent"}}) {
     const ParsedCommandLine help = parse_command_line(args);
     EXPECT_EQ(help.exit_code, kExitOk);
     EXPECT_FALSE(help.command_line);
@@ -130,14 +135,6 @@ TEST(CommandLineTest, UsageErrorsExitTwoAndHelpExitsZero) {
   EXPECT_NE(bare.out.find("hotspots"), std::string::npos);
   EXPECT_EQ(parse_command_line({"help"}).out, bare.out);
   EXPECT_TRUE(parse_command_line({"--version"}).out.starts_with("lomarind "));
-}
-
-TEST(CommandLineTest, TheLastOfARepeatedOptionWins) {
-  GlobalOptions global;
-  const RecentArgs recent = parse_ok<RecentArgs>(
-      {"--repo", "a", "recent", "--since", "1w", "--since", "2w", "--repo", "b"}, &global);
-  EXPECT_EQ(recent.question.since, "2w");
-  EXPECT_EQ(global.repo, "b");
 }
 
 }  // namespace

@@ -61,7 +61,7 @@ TEST_F(GitCliTest, DefaultBranchFallsBackToMainThenMaster) {
   EXPECT_EQ(git_.get_default_branch(repo_.root()), "main");
 }
 
-TEST_F(GitCliTest, FailuresCarryGitsMessageAndPeriodsUseTheClock) {
+TEST_F(GitCliTest, FailuresCarryGitsMessageAndAMissingGitIsNamed) {
   TempDir not_a_repo;
   EXPECT_TRUE(git_error([&] {
                 git_.resolve_commit(not_a_repo.path(), "HEAD");

@@ -21,6 +21,12 @@ namespace {
 using ::testing::HasSubstr;
 using ::testing::ThrowsMessage;
 
+// Enough rows that a writer with a small page cache spills to the file
+// before it commits.
+constexpr char kManySymbols[] =
+    "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 50000) "
+    "INSERT INTO symbols SELECT 'b.py', 'f' || i, 'function', 'f' || i, i, i FROM n;";
+
 class IndexFileTest : public ::testing::Test {
  protected:
   std::filesystem::path index_path() const { return dir_.path() / "index.db"; }
@@ -33,6 +39,13 @@ class IndexFileTest : public ::testing::Test {
     EXPECT_THAT([&] { IndexDb::open_for_queries(index_path()); }, refused);
     EXPECT_THAT([&] { IndexWriter writer(index_path()); }, refused);
     EXPECT_EQ(lomarind::testing::read_file(index_path()), before);
+  }
+
+  // A committed index that knows `path`.
+  void write_index(const char* path) const {
+    IndexWriter writer(index_path());
+    writer.put_file({path, "python", "lib", {}});
+    writer.commit();
   }
 
   void make_database(const std::string& sql) const {
@@ -99,11 +112,7 @@ TEST_F(IndexFileTest, NewIndexFileKeepsTheUsersUmask) {
 // blocks a query, which answers from the last commit. This one spills its
 // pages early, which under a rollback journal would lock every reader out.
 TEST_F(IndexFileTest, QueriesAnswerWhileAWriterHoldsABigTransaction) {
-  {
-    IndexWriter writer(index_path());
-    writer.put_file({"a.py", "python", "lib", {}});
-    writer.commit();
-  }
+  write_index("a.py");
   const auto answer = [&] {
     return SqliteIndex().indexed_paths(IndexDb::open_for_queries(index_path()), {"a.py", "b.py"});
   };
@@ -111,42 +120,38 @@ TEST_F(IndexFileTest, QueriesAnswerWhileAWriterHoldsABigTransaction) {
   ASSERT_EQ(before.size(), 1u);
   SQLite::Database writer(index_path().c_str(), SQLite::OPEN_READWRITE);
   writer.exec("PRAGMA cache_size = 10; BEGIN IMMEDIATE");
-  writer.exec(
-      "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 50000) "
-      "INSERT INTO symbols SELECT 'b.py', 'f' || i, 'function', 'f' || i, i, i FROM n;"
-      "INSERT INTO files VALUES ('b.py', 'python', 'lib')");
+  writer.exec(std::string(kManySymbols) + "INSERT INTO files VALUES ('b.py', 'python', 'lib')");
   EXPECT_EQ(answer(), before);
   writer.exec("COMMIT");
   EXPECT_EQ(answer().size(), 2u);
 }
 
-// Whether a user who may read but not write the index and its folder gets
-// `paths` known paths from it. Root may write anything, so the check runs
-// as nobody in a child process.
-bool answers_read_only(const std::filesystem::path& index, std::size_t paths) {
-  if (::setgid(65534) != 0 || ::setuid(65534) != 0) return false;
-  return SqliteIndex().indexed_paths(IndexDb::open_for_queries(index), {"a.py", "b.py"}).size() ==
-         paths;
+// A user who may read but not write the index and its folder gets `paths`
+// known paths from it. Root may write anything, so the check runs as
+// nobody in a child process.
+void expect_read_only_answer(const std::filesystem::path& index, std::size_t paths) {
+  EXPECT_EXIT(
+      {
+        if (::setgid(65534) != 0 || ::setuid(65534) != 0) std::exit(2);
+        const IndexedPaths known =
+            SqliteIndex().indexed_paths(IndexDb::open_for_queries(index), {"a.py", "b.py"});
+        std::exit(known.size() == paths ? 0 : 1);
+      },
+      ::testing::ExitedWithCode(0), "");
 }
 
 // Queries need no write access: a read-only index in a read-only folder
 // answers, alone and while its owner writes it.
 TEST_F(IndexFileTest, ReadOnlyFileAndFolderStillAnswerQueries) {
   if (::geteuid() != 0) GTEST_SKIP() << "needs root to run as a user without write access";
-  {
-    IndexWriter writer(index_path());
-    writer.put_file({"a.py", "python", "lib", {}});
-    writer.commit();
-  }
+  write_index("a.py");
   ASSERT_EQ(::chmod(dir_.path().c_str(), 0755), 0);
   ASSERT_EQ(::chmod(index_path().c_str(), 0644), 0);
-  EXPECT_EXIT(std::exit(answers_read_only(index_path(), 1) ? 0 : 1), ::testing::ExitedWithCode(0),
-              "");
+  expect_read_only_answer(index_path(), 1);
   {
     IndexWriter writer(index_path());
     writer.put_file({"b.py", "python", "lib", {}});
-    EXPECT_EXIT(std::exit(answers_read_only(index_path(), 1) ? 0 : 1), ::testing::ExitedWithCode(0),
-                "");
+    expect_read_only_answer(index_path(), 1);
     writer.commit();
   }
   // A writer killed with its pages written out leaves no hot journal that
@@ -156,14 +161,11 @@ TEST_F(IndexFileTest, ReadOnlyFileAndFolderStillAnswerQueries) {
   if (killed == 0) {
     SQLite::Database writer(index_path().c_str(), SQLite::OPEN_READWRITE);
     writer.exec("PRAGMA cache_size = 10; BEGIN IMMEDIATE; DELETE FROM files");
-    writer.exec(
-        "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 50000) "
-        "INSERT INTO symbols SELECT 'b.py', 'f' || i, 'function', 'f' || i, i, i FROM n");
+    writer.exec(kManySymbols);
     ::raise(SIGKILL);
   }
   ASSERT_EQ(::waitpid(killed, nullptr, 0), killed);
-  EXPECT_EXIT(std::exit(answers_read_only(index_path(), 2) ? 0 : 1), ::testing::ExitedWithCode(0),
-              "");
+  expect_read_only_answer(index_path(), 2);
 }
 
 TEST_F(IndexFileTest, SecondWriterIsToldTheIndexIsBusy) {
