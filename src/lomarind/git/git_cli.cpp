@@ -13,7 +13,6 @@
 #include "lomarind/git/git_parse.h"
 #include "lomarind/git/log_parser.h"
 #include "lomarind/process/blocked_signals.h"
-#include "lomarind/utils/time_spec.h"
 
 namespace lomarind::git_utils {
 namespace {
@@ -163,15 +162,22 @@ std::vector<CommitChanges> GitCli::log_commit_changes(const std::filesystem::pat
   return std::move(parser).finish();
 }
 
-std::vector<CommitChanges> GitCli::log_commit_times(const std::filesystem::path& repo_root,
-                                                    std::chrono::sys_seconds since,
-                                                    const std::string& ref, int max_commits) const {
+std::vector<CommitChanges> GitCli::log_commit_times(
+    const std::filesystem::path& repo_root, std::chrono::sys_seconds since, const std::string& ref,
+    int max_commits, const std::function<void(std::size_t)>& listed) const {
   // rev-list walks as the log does, without the log's set-up for showing
   // commits: about half the time.
   std::vector<std::string> args = {"rev-list", "--timestamp"};
   std::vector<std::string> walk = period_walk(since, ref, max_commits);
   args.insert(args.end(), walk.begin(), walk.end());
-  return parse_commit_times(runner_.run_checked(repo_root, args));
+  std::string out;
+  std::size_t lines = 0;
+  runner_.run_checked(repo_root, args, [&](std::string_view piece) {
+    out += piece;
+    lines += static_cast<std::size_t>(std::count(piece.begin(), piece.end(), '\n'));
+    if (listed) listed(lines);
+  });
+  return parse_commit_times(out);
 }
 
 std::vector<CommitChanges> GitCli::read_commit_changes(

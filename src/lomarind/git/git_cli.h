@@ -47,10 +47,12 @@ class GitCli final : public GitReader {
                                   const std::vector<std::string>& paths) const override;
 
   // The commits log_commit_changes lists, by the same walk, each with its
-  // time but without files: a listing that costs no diff.
-  std::vector<CommitChanges> log_commit_times(const std::filesystem::path& repo_root,
-                                              std::chrono::sys_seconds since,
-                                              const std::string& ref, int max_commits) const;
+  // time but without files: a listing that costs no diff. `listed`, if
+  // given, is told how many have arrived as they come in.
+  std::vector<CommitChanges> log_commit_times(
+      const std::filesystem::path& repo_root, std::chrono::sys_seconds since,
+      const std::string& ref, int max_commits,
+      const std::function<void(std::size_t)>& listed = nullptr) const;
   // What each of `commits` changed, exactly as log_commit_changes shows it,
   // in the order given. Long lists are read by several git processes at
   // once, one per core (at most 8).

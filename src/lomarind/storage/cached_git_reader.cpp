@@ -1,5 +1,6 @@
 #include "lomarind/storage/cached_git_reader.h"
 
+#include <future>
 #include <numeric>
 #include <optional>
 #include <utility>
@@ -38,6 +39,11 @@ auto start_thread(Work&& work) {
   return std::async(std::launch::async, std::forward<Work>(work));
 }
 
+// A listing this long reads more paths from the cache than it names that
+// the cache does not: asking for them all at once, while git still lists,
+// saves the wait for the period's own after it.
+constexpr std::size_t kLongListing = 1000;
+
 // The cache made ready for one period, or why it cannot be used.
 struct Ready {
   std::optional<CacheUse> use;
@@ -56,18 +62,34 @@ std::vector<CommitChanges> CachedGitReader::log_commit_changes(
     const std::filesystem::path& repo_root, std::chrono::sys_seconds since, const std::string& ref,
     int max_commits) const {
   finish_storing();
-  // The cache is made ready (what shapes diffs, the file, the attributes
-  // of the paths it names) while git lists the commits.
-  std::future<Ready> ready = start_thread([this, &repo_root] {
+  // The cache is made ready (what shapes diffs, the file) while git lists
+  // the commits; once the listing is long, the attributes of every path the
+  // cache names are asked too, rather than those of the period's after it.
+  std::promise<bool> long_listing;
+  std::shared_future<bool> is_long = long_listing.get_future().share();
+  std::future<Ready> ready = start_thread([this, &repo_root, is_long] {
     Ready prepared;
     prepared.failure = failure_of([&] {
       prepared.use.emplace(start_use(runner_, repo_root, max_bytes_));
-      prepared.use->learn_known_attributes();
+      if (is_long.get()) prepared.use->learn_known_attributes();
     });
     if (prepared.failure) prepared.use.reset();
     return prepared;
   });
-  std::vector<CommitChanges> commits = git_.log_commit_times(repo_root, since, ref, max_commits);
+  bool told = false;
+  const auto tell = [&](bool value) {
+    if (!std::exchange(told, true)) long_listing.set_value(value);
+  };
+  std::vector<CommitChanges> commits;
+  try {
+    commits = git_.log_commit_times(repo_root, since, ref, max_commits, [&](std::size_t listed) {
+      if (listed >= kLongListing) tell(true);
+    });
+  } catch (...) {
+    tell(false);  // the preparing thread is waited for on the way out
+    throw;
+  }
+  tell(false);
   if (commits.empty()) return commits;
   Ready prepared = ready.get();
   if (prepared.failure) warn_once(*prepared.failure);
