@@ -114,6 +114,21 @@ TEST_F(CommitCacheTest, AnotherGitsEntriesStayAndOnlyTheSameGitsOlderStateGoes) 
   EXPECT_TRUE(held(first_changed, 2));
 }
 
+// A path stored under two attributes (a rename's old side) is named once;
+// past the limit, none are.
+TEST_F(CommitCacheTest, KnownPathsAreEachPathOnceUpToALimit) {
+  CommitCache cache = CommitCache::open(file());
+  EXPECT_EQ(cache.known_paths(10), std::vector<std::string>());
+  cache.store({.fingerprint = 1, .git = 1}, history(1, 1));
+  cache.store({.fingerprint = 1, .git = 1}, history(2, 1));  // docs/1 "set" as the old side
+  const auto paths = cache.known_paths(6);
+  ASSERT_TRUE(paths.has_value());
+  EXPECT_EQ(std::multiset<std::string>(paths->begin(), paths->end()),
+            (std::multiset<std::string>{"README.md", "src/history1/file0.c", "src/history2/file0.c",
+                                        "docs/0/notes.md", "docs/1/notes.md", "docs/2/notes.md"}));
+  EXPECT_FALSE(cache.known_paths(5).has_value());
+}
+
 // What an older layout of our own holds is only ever a copy: it is dropped,
 // and the file rebuilt so that pruning can give pages back.
 TEST_F(CommitCacheTest, OurOlderLayoutIsRebuiltForPruning) {
