@@ -46,8 +46,8 @@ CouplingAnswer GitHistory::change_coupling(const repository_changes::Repository&
                                            const CouplingOptions& options) const {
   const detail::CouplingThresholds thresholds = detail::thresholds_of(options);
   detail::check_thresholds(thresholds);
-  const detail::PeriodLog log =
-      detail::read_period(n_.parse_time_spec, n_.git, n_.logger, repo_root, options.since, options.branch);
+  const detail::PeriodLog log = detail::read_period(n_.parse_time_spec, n_.git, n_.logger,
+                                                    repo_root, options.since, options.branch);
   const detail::CouplingCounts counts =
       detail::count_period(n_.index, repository.db, n_.filters, log.commits, options.source_only,
                            options.max_changeset, options.path);

@@ -68,9 +68,8 @@ ResolvedRef resolve_head(const git_utils::GitReader& git, const std::filesystem:
 }
 
 PeriodLog read_period(const TimeSpecParser& parse_time_spec, const git_utils::GitReader& git,
-                      const Logger& logger,
-                      const std::filesystem::path& repo_root, const std::string& since,
-                      const std::optional<std::string>& branch) {
+                      const Logger& logger, const std::filesystem::path& repo_root,
+                      const std::string& since, const std::optional<std::string>& branch) {
   PeriodLog log{.start = period_start(parse_time_spec, since), .tip = {}, .commits = {}};
   log.commits = reading_git(logger, [&] {
     log.tip = resolve_head(git, repo_root, branch, "branch");

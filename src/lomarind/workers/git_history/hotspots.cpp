@@ -50,8 +50,8 @@ HotspotsAnswer GitHistory::hotspots(const repository_changes::Repository& reposi
     throw GitHistoryError("group_by must be 'file' or 'component'; got " +
                           quoting::quoted_name(options.group_by));
   }
-  const detail::PeriodLog log =
-      detail::read_period(n_.parse_time_spec, n_.git, n_.logger, repo_root, options.since, options.branch);
+  const detail::PeriodLog log = detail::read_period(n_.parse_time_spec, n_.git, n_.logger,
+                                                    repo_root, options.since, options.branch);
 
   std::vector<detail::PathHistory> kept = existing_files(detail::histories(log.commits));
   const std::size_t existing = kept.size();

@@ -25,8 +25,8 @@ bool latest_first(const detail::PathHistory& a, const detail::PathHistory& b) {
 RecentChangesAnswer GitHistory::recent_changes(const repository_changes::Repository& repository,
                                                const std::filesystem::path& repo_root,
                                                const RecentChangesOptions& options) const {
-  const detail::PeriodLog log =
-      detail::read_period(n_.parse_time_spec, n_.git, n_.logger, repo_root, options.since, options.branch);
+  const detail::PeriodLog log = detail::read_period(n_.parse_time_spec, n_.git, n_.logger,
+                                                    repo_root, options.since, options.branch);
 
   std::vector<detail::PathHistory> kept = detail::histories(log.commits);
   const std::size_t changed = kept.size();
