@@ -4,6 +4,7 @@
 #include <cmath>
 #include <limits>
 #include <string_view>
+#include <unordered_map>
 #include <unordered_set>
 
 namespace lomarind::commit_cache {
@@ -15,6 +16,17 @@ constexpr int kPruneRounds = 4;
 
 std::string_view blob(const SQLite::Column& column) {
   return {static_cast<const char*>(column.getBlob()), static_cast<std::size_t>(column.getBytes())};
+}
+
+// Whether reading every row of `table` costs less than looking up `wanted`
+// rows by `key`: a step of a pass costs a fraction of a lookup. The span of
+// the keys bounds the number of rows from above.
+bool one_pass_is_cheaper(SQLite::Database& db, const std::string& table, const std::string& key,
+                         std::size_t wanted) {
+  constexpr std::int64_t kStepsPerLookup = 4;
+  SQLite::Statement span(db, "SELECT max(" + key + ") - min(" + key + ") + 1 FROM " + table);
+  if (!span.executeStep() || span.getColumn(0).isNull()) return false;
+  return static_cast<std::int64_t>(wanted) * kStepsPerLookup >= span.getColumn(0).getInt64();
 }
 
 void bind_blob(SQLite::Statement& statement, int index, const std::string& value) {
@@ -79,36 +91,64 @@ void drop_unused_paths(SQLite::Database& db) {
 std::vector<std::optional<StoredRow>> read_rows(SQLite::Database& db, std::uint64_t fingerprint,
                                                 const std::vector<std::string>& commits) {
   std::vector<std::optional<StoredRow>> rows(commits.size());
+  const auto keep = [&](std::size_t i, const SQLite::Statement& row, int first) {
+    rows[i] = StoredRow{decode(blob(row.getColumn(first))),
+                        static_cast<std::uint64_t>(row.getColumn(first + 1).getInt64())};
+  };
+  std::unordered_map<std::string_view, std::size_t> position;
+  for (std::size_t i = 0; i < commits.size(); ++i) position.emplace(commits[i], i);
+  if (position.size() == commits.size() &&
+      one_pass_is_cheaper(db, "commits", "seq", commits.size())) {
+    SQLite::Statement scan(db, "SELECT id, files, checksum FROM commits WHERE fingerprint = ?");
+    scan.bind(1, static_cast<std::int64_t>(fingerprint));
+    while (scan.executeStep()) {
+      const auto found = position.find(blob(scan.getColumn(0)));
+      if (found != position.end()) keep(found->second, scan, 1);
+    }
+    return rows;
+  }
   SQLite::Statement lookup(db,
                            "SELECT files, checksum FROM commits WHERE id = ? AND fingerprint = ?");
   for (std::size_t i = 0; i < commits.size(); ++i) {
     lookup.reset();
     lookup.bind(1, commits[i]);
     lookup.bind(2, static_cast<std::int64_t>(fingerprint));
-    if (lookup.executeStep()) {
-      rows[i] = StoredRow{decode(blob(lookup.getColumn(0))),
-                          static_cast<std::uint64_t>(lookup.getColumn(1).getInt64())};
-    }
+    if (lookup.executeStep()) keep(i, lookup, 0);
   }
   return rows;
 }
 
-PathReader::PathReader(SQLite::Database& db)
-    : lookup_(db, "SELECT path, attribute FROM paths WHERE id = ?") {}
-
-bool PathReader::add(const std::vector<StoredChange>& files, PathTable& paths) {
-  return std::all_of(files.begin(), files.end(), [&](const StoredChange& file) {
-    return add(file.path, paths) && (file.old_path == 0 || add(file.old_path, paths));
-  });
-}
-
-bool PathReader::add(std::uint32_t id, PathTable& paths) {
-  if (paths.contains(id)) return true;
-  lookup_.reset();
-  lookup_.bind(1, static_cast<std::int64_t>(id));
-  if (!lookup_.executeStep()) return false;
-  paths.emplace(id, StoredPath{lookup_.getColumn(0).getString(), lookup_.getColumn(1).getString()});
-  return true;
+void read_paths(SQLite::Database& db, const std::vector<std::optional<StoredRow>>& rows,
+                PathTable& paths) {
+  std::unordered_set<std::uint32_t> wanted;
+  for (const std::optional<StoredRow>& row : rows) {
+    if (!row) continue;
+    for (const StoredChange& file : row->files) {
+      wanted.insert(file.path);
+      if (file.old_path != 0) wanted.insert(file.old_path);
+    }
+  }
+  const auto keep = [&](std::uint32_t id, const SQLite::Statement& row, int first) {
+    paths.emplace(
+        id, StoredPath{row.getColumn(first).getString(), row.getColumn(first + 1).getString()});
+  };
+  if (one_pass_is_cheaper(db, "paths", "id", wanted.size())) {
+    SQLite::Statement scan(db, "SELECT id, path, attribute FROM paths");
+    while (scan.executeStep()) {
+      const std::int64_t id = scan.getColumn(0).getInt64();
+      if (id >= 0 && id <= std::numeric_limits<std::uint32_t>::max() &&
+          wanted.contains(static_cast<std::uint32_t>(id))) {
+        keep(static_cast<std::uint32_t>(id), scan, 1);
+      }
+    }
+    return;
+  }
+  SQLite::Statement lookup(db, "SELECT path, attribute FROM paths WHERE id = ?");
+  for (std::uint32_t id : wanted) {
+    lookup.reset();
+    lookup.bind(1, static_cast<std::int64_t>(id));
+    if (lookup.executeStep()) keep(id, lookup, 0);
+  }
 }
 
 PathWriter::PathWriter(SQLite::Database& db)

@@ -23,23 +23,15 @@ struct StoredRow {
 };
 
 // The rows of `commits` under `fingerprint`, by position; nullopt for one
-// not held.
+// not held. Each row is looked up by id, or the table read in one pass
+// when that costs less.
 std::vector<std::optional<StoredRow>> read_rows(SQLite::Database& db, std::uint64_t fingerprint,
                                                 const std::vector<std::string>& commits);
 
-// Reads from the path table the paths rows name, one number at a time:
-// never the whole table.
-class PathReader {
- public:
-  explicit PathReader(SQLite::Database& db);
-  // Adds to `paths` each path `files` names that it lacks. False when the
-  // table has no such number (the row is then damaged).
-  bool add(const std::vector<StoredChange>& files, PathTable& paths);
-
- private:
-  bool add(std::uint32_t id, PathTable& paths);
-  SQLite::Statement lookup_;
-};
+// Adds to `paths` each path that `rows` name and the table holds, looked
+// up by number or read in one pass as read_rows() reads.
+void read_paths(SQLite::Database& db, const std::vector<std::optional<StoredRow>>& rows,
+                PathTable& paths);
 
 // The number of (path, attribute), added to the table when new.
 class PathWriter {

@@ -178,10 +178,16 @@ FoundCommits CommitCache::find(std::uint64_t fingerprint,
     // One read transaction: every path a row names is read with it.
     SQLite::Transaction transaction(impl_->db, SQLite::TransactionBehavior::DEFERRED);
     std::vector<std::optional<StoredRow>> rows = read_rows(impl_->db, fingerprint, commits);
-    PathReader paths(impl_->db);
+    read_paths(impl_->db, rows, found.paths);
     for (std::size_t i = 0; i < commits.size(); ++i) {
-      // A row that no longer says what was written is left to git.
-      if (rows[i] && paths.add(rows[i]->files, found.paths) &&
+      // A row that names a path the table lacks, or no longer says what
+      // was written, is left to git.
+      if (rows[i] &&
+          std::all_of(rows[i]->files.begin(), rows[i]->files.end(),
+                      [&](const StoredChange& file) {
+                        return found.paths.contains(file.path) &&
+                               (file.old_path == 0 || found.paths.contains(file.old_path));
+                      }) &&
           rows[i]->checksum == checksum(commits[i], fingerprint, rows[i]->files, found.paths)) {
         found.commits[i] = std::move(rows[i]->files);
       }

@@ -257,6 +257,7 @@ TEST_F(CachedGitReaderTest, EditedEntriesAreReadFromGitAgain) {
   for (const char* edit : {"UPDATE commits SET files = (SELECT files FROM commits AS other "
                            "WHERE other.id != commits.id AND length(other.files) > 0 LIMIT 1)",
                            "UPDATE paths SET path = path || '.x'",
+                           "DELETE FROM paths WHERE id = (SELECT max(id) FROM paths)",
                            "UPDATE commits SET fingerprint = fingerprint + 1"}) {
     SCOPED_TRACE(edit);
     expect_exact("cold");
