@@ -288,6 +288,7 @@ struct CallNeighbours::Parts {
   std::optional<HostChangeIndex> index;
   git_history::SourceFilters filters;
   git_history::TimeSpecParser parse_time_spec;
+  py::object db;                         // kept alive while the call reads it
   repository_changes::IndexDb stand_in;  // the handle while the host's index reads
   std::optional<repository_changes::Repository> repository;
   std::optional<git_history::Neighbours> neighbours;
@@ -305,7 +306,9 @@ CallNeighbours::CallNeighbours(const py::module_& host, bool own, const py::obje
     const git_history::Neighbours n = p.production->neighbours();
     p.neighbours.emplace(
         git_history::Neighbours{n.git, n.index, n.filters, p.logger, n.parse_time_spec});
-    p.repository.emplace(db.is_none() ? p.stand_in : db.cast<const repository_changes::IndexDb&>());
+    p.db = db;
+    p.repository.emplace(db.is_none() ? p.stand_in
+                                      : p.db.cast<const repository_changes::IndexDb&>());
   } else {
     p.git.emplace(host, repo_root);
     p.index.emplace(host, db);
