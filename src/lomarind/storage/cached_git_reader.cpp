@@ -39,9 +39,9 @@ auto start_thread(Work&& work) {
   return std::async(std::launch::async, std::forward<Work>(work));
 }
 
-// A listing this long reads more paths from the cache than it names that
-// the cache does not: asking for them all at once, while git still lists,
-// saves the wait for the period's own after it.
+// A period this long names most of the paths the cache holds: asking git
+// for all of them while it still lists saves waiting for the period's own
+// afterwards.
 constexpr std::size_t kLongListing = 1000;
 
 // The cache made ready for one period, or why it cannot be used.
