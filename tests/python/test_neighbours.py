@@ -2,6 +2,7 @@
 
 import logging
 import pathlib
+import types
 from unittest import mock
 
 import pytest
@@ -87,6 +88,15 @@ def test_one_replaced_neighbour_takes_effect_on_the_next_call(topic, index, monk
     monkeypatch.undo()
     branch_diff(index, topic.root)
     assert len(calls) == sum(expected.count(name) for _, expected in CALLS)
+
+
+def test_a_stand_in_module_needs_only_the_operations_asked(repo, index, monkeypatch):
+    own = hotspots(index, repo.root)
+    needed = ["parse_time_spec", "resolve_commit", "resolve_display_branch",
+              "log_commit_changes"]
+    stand_in = types.SimpleNamespace(**{name: getattr(git_utils, name) for name in needed})
+    monkeypatch.setattr(git_history, "git_utils", stand_in)
+    assert hotspots(index, repo.root) == own
 
 
 MARKER = {"answered": "by the host"}

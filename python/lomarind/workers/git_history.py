@@ -58,13 +58,16 @@ def _own(repository=None):
     """Whether every neighbour this module holds is still the package's own
     (and `repository` holds the package's index), so that a call can run
     wholly in C++."""
+    # A host's stand-in may hold only the operations its calls need.
     git, index = _this.git_utils, _this.repository_changes
-    return (all(getattr(git, name) is getattr(_lomarind.git_utils, name) for name in _GIT_OPS)
-            and all(getattr(index, name) is getattr(_lomarind.storage, name)
+    return (all(getattr(git, name, None) is getattr(_lomarind.git_utils, name)
+                for name in _GIT_OPS)
+            and all(getattr(index, name, None) is getattr(_lomarind.storage, name)
                     for name in _INDEX_OPS)
-            and all(getattr(_this, name) is getattr(_lomarind.filters, own)
+            and all(getattr(_this, name, None) is getattr(_lomarind.filters, own)
                     for name, own in _FILTERS)
-            and (repository is None or isinstance(repository.db, _lomarind.storage.IndexDb)))
+            and (repository is None
+                 or isinstance(getattr(repository, "db", None), _lomarind.storage.IndexDb)))
 
 
 class GitHistoryError(Exception):
