@@ -15,16 +15,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::optional<std::string> variable(const std::vector<std::string>& environment,
-                                    std::string_view name) {
-  for (const std::string& entry : environment) {
-    if (entry.size() > name.size() && entry.starts_with(name) && entry[name.size()] == '=') {
-      return entry.substr(name.size() + 1);
-    }
-  }
-  return std::nullopt;
-}
-
 // The first line of `file`, refused unless it is regular or missing:
 // reading a named pipe would make us wait as git would.
 std::string first_line(const fs::path& file, const std::string& role) {
@@ -67,14 +57,25 @@ std::optional<GitDirs> git_dirs(const fs::path& start) {
 
 }  // namespace
 
+std::optional<std::string_view> environment_variable(const std::vector<std::string>& environment,
+                                                     std::string_view name) {
+  for (const std::string& entry : environment) {
+    if (entry.size() > name.size() && entry.starts_with(name) && entry[name.size()] == '=') {
+      return std::string_view(entry).substr(name.size() + 1);
+    }
+  }
+  return std::nullopt;
+}
+
 void refuse_blocking_inputs(const fs::path& repo_root,
                             const std::vector<std::string>& environment) {
   const auto dirs = git_dirs(repo_root);
   if (!dirs) return;
   const auto& [work_tree, git_dir, common_dir] = *dirs;
-  const std::string home = variable(environment, "HOME").value_or("");
+  const std::string home = std::string(environment_variable(environment, "HOME").value_or(""));
   ConfigWalk config(ConfigWalk::Scope::kRepository, home, work_tree);
-  const std::string xdg = variable(environment, "XDG_CONFIG_HOME").value_or("");
+  const std::string xdg =
+      std::string(environment_variable(environment, "XDG_CONFIG_HOME").value_or(""));
   const fs::path user_git =
       xdg.empty() ? fs::path(home) / ".config" / "git" : fs::path(xdg) / "git";
   if (!home.empty()) config.visit(fs::path(home) / ".gitconfig", "the user's config");
@@ -89,7 +90,8 @@ void refuse_blocking_inputs(const fs::path& repo_root,
 
 std::vector<std::string> system_safe_directories(const fs::path& file,
                                                  const std::vector<std::string>& environment) {
-  ConfigWalk config(ConfigWalk::Scope::kProtected, variable(environment, "HOME").value_or(""),
+  ConfigWalk config(ConfigWalk::Scope::kProtected,
+                    std::string(environment_variable(environment, "HOME").value_or("")),
                     fs::path());
   config.visit(file, "the system config");
   return config.safe_directories();

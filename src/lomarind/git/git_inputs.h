@@ -6,10 +6,16 @@
 
 #include <chrono>
 #include <filesystem>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace lomarind::git_utils {
+
+// The value of `name` in `environment` ("NAME=value" entries).
+std::optional<std::string_view> environment_variable(const std::vector<std::string>& environment,
+                                                     std::string_view name);
 
 // Throws GitError naming the first file, among those git would read for a
 // command in `repo_root`, that exists but is no regular file: the work

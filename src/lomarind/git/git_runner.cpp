@@ -61,23 +61,14 @@ bool is_dropped(std::string_view entry) {
   return entry.starts_with("GIT_") || entry.starts_with("LC_ALL=");
 }
 
-std::optional<std::string_view> variable(const std::vector<std::string>& environment,
-                                         std::string_view name) {
-  for (const std::string& entry : environment) {
-    if (entry.size() > name.size() && entry.starts_with(name) && entry[name.size()] == '=') {
-      return std::string_view(entry).substr(name.size() + 1);
-    }
-  }
-  return std::nullopt;
-}
-
 // The system config the user's git reads with `environment`; empty: none.
 std::filesystem::path system_config(const std::vector<std::string>& environment) {
-  std::string off(variable(environment, "GIT_CONFIG_NOSYSTEM").value_or(""));
+  std::string off(environment_variable(environment, "GIT_CONFIG_NOSYSTEM").value_or(""));
   std::transform(off.begin(), off.end(), off.begin(),
                  [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
   if (off != "" && off != "0" && off != "false" && off != "no" && off != "off") return {};
-  const std::string_view named = variable(environment, "GIT_CONFIG_SYSTEM").value_or("");
+  const std::string_view named =
+      environment_variable(environment, "GIT_CONFIG_SYSTEM").value_or("");
   return named.empty() ? std::filesystem::path(kSystemConfig) : std::filesystem::path(named);
 }
 
@@ -87,15 +78,12 @@ std::string timeout_message(const std::vector<std::string>& args,
                             const subprocess::Timeout& timeout) {
   std::string command = "git";
   if (!args.empty()) command += " " + args.front();
-  const std::string seconds =
-      std::to_string(std::chrono::ceil<std::chrono::seconds>(timeout.limit()).count()) + " s";
-  if (timeout.outputs_closed()) {
-    return command + " closed its output but had not exited " + seconds +
-           " later and was stopped (the limit for a git command to exit)";
-  }
-  return command + " printed nothing for " + seconds +
-         " and was stopped (the limit for a silent git command); look for a file in the "
-         "repository that git waits on, such as a named pipe";
+  const std::string stopped =
+      subprocess::timeout_message(command, timeout.limit(), timeout.outputs_closed());
+  if (timeout.outputs_closed()) return stopped + " (the limit for a git command to exit)";
+  return stopped +
+         " (the limit for a silent git command); look for a file in the repository that git "
+         "waits on, such as a named pipe";
 }
 
 }  // namespace
@@ -105,23 +93,29 @@ bool GitRunner::fits_command_line(const std::filesystem::path& repo_root,
   // The kernel counts every string of argv and environment with its
   // terminator and pointer; half the limit leaves room for what it adds.
   std::size_t size = 0;
-  for (const std::vector<std::string>& strings : {command_line(repo_root, args), environment()}) {
+  const std::vector<std::string> start = start_environment();
+  for (const std::vector<std::string>& strings :
+       {command_line(repo_root, args, start), environment(start)}) {
     for (const std::string& s : strings) size += s.size() + 1 + sizeof(char*);
   }
   const long limit = ::sysconf(_SC_ARG_MAX);
   return size <= static_cast<std::size_t>(limit > 0 ? limit : 128 * 1024) / 2;
 }
 
+std::vector<std::string> GitRunner::start_environment() const {
+  return options_.environment ? *options_.environment : subprocess::inherited_environment();
+}
+
 std::vector<std::string> GitRunner::command_line(const std::filesystem::path& repo_root,
-                                                 const std::vector<std::string>& args) const {
+                                                 const std::vector<std::string>& args,
+                                                 const std::vector<std::string>& start) const {
   std::vector<std::string> argv = {options_.git_program};
   argv.insert(argv.end(), std::begin(kSafetyOptions), std::end(kSafetyOptions));
   // GIT_CONFIG_NOSYSTEM hides the system config, and with it the
   // administrator's safe.directory entries; git honours them from the
   // command line as from that file.
-  const std::vector<std::string> start =
-      options_.environment ? *options_.environment : subprocess::inherited_environment();
-  const std::filesystem::path system = options_.system_config.value_or(system_config(start));
+  const std::filesystem::path system =
+      options_.system_config ? *options_.system_config : system_config(start);
   if (!system.empty()) {
     for (const std::string& directory : system_safe_directories(system, start)) {
       argv.push_back("-c");
@@ -134,10 +128,8 @@ std::vector<std::string> GitRunner::command_line(const std::filesystem::path& re
   return argv;
 }
 
-std::vector<std::string> GitRunner::environment() const {
+std::vector<std::string> GitRunner::environment(std::vector<std::string> start) {
   std::vector<std::string> env;
-  std::vector<std::string> start =
-      options_.environment ? *options_.environment : subprocess::inherited_environment();
   for (std::string& entry : start) {
     if (!is_dropped(entry)) env.push_back(std::move(entry));
   }
@@ -148,9 +140,10 @@ std::vector<std::string> GitRunner::environment() const {
 GitResult GitRunner::run(const std::filesystem::path& repo_root,
                          const std::vector<std::string>& args,
                          const subprocess::OutputSink& on_stdout, const std::string& input) const {
+  std::vector<std::string> start = start_environment();
   subprocess::Command command{
-      .argv = command_line(repo_root, args),
-      .environment = environment(),
+      .argv = command_line(repo_root, args, start),
+      .environment = environment(std::move(start)),
       .input = input,
       .working_directory = {},
       .inactivity_limit = options_.inactivity_limit,
@@ -193,7 +186,7 @@ GitError GitRunner::failure(const std::filesystem::path& repo_root,
   std::string_view message = text::trim(result.err);
   return GitError(message.empty() ? "git exited with status " + std::to_string(result.exit_status)
                                   : std::string(message),
-                  command_line(repo_root, args), result.exit_status);
+                  command_line(repo_root, args, start_environment()), result.exit_status);
 }
 
 std::filesystem::path git_common_dir(const GitRunner& git, const std::filesystem::path& repo_root) {

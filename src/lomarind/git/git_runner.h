@@ -108,15 +108,18 @@ class GitRunner {
   bool fits_command_line(const std::filesystem::path& repo_root,
                          const std::vector<std::string>& args) const;
 
-  // The full argument vector run() starts for `args`. Throws GitError when
-  // the system config is no regular file.
-  std::vector<std::string> command_line(const std::filesystem::path& repo_root,
-                                        const std::vector<std::string>& args) const;
-  // The environment git runs with: the starting environment minus every
-  // GIT_* variable and LC_ALL, plus our fixed settings.
-  std::vector<std::string> environment() const;
-
  private:
+  // The environment git's is made from: the given one, else ours.
+  std::vector<std::string> start_environment() const;
+  // The full argument vector run() starts for `args` from `start`. Throws
+  // GitError when the system config is no regular file.
+  std::vector<std::string> command_line(const std::filesystem::path& repo_root,
+                                        const std::vector<std::string>& args,
+                                        const std::vector<std::string>& start) const;
+  // The environment git runs with: `start` minus every GIT_* variable and
+  // LC_ALL, plus our fixed settings.
+  static std::vector<std::string> environment(std::vector<std::string> start);
+
   GitRunnerOptions options_;
 };
 
