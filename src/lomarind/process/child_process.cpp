@@ -18,8 +18,6 @@
 namespace lomarind::subprocess {
 namespace {
 
-constexpr std::chrono::milliseconds kStopCheck{100};
-
 // A system call's result, repeated while a signal interrupts it.
 template <typename Call>
 auto retried(Call call) {

@@ -17,6 +17,9 @@
 
 namespace lomarind::subprocess {
 
+// How often a wait looks whether it was asked to stop.
+inline constexpr std::chrono::milliseconds kStopCheck{100};
+
 // What to start; the references must outlive the constructor call only.
 struct ChildSpec {
   std::string program;                             // a path

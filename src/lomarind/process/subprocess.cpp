@@ -134,8 +134,6 @@ class Pump {
     if (written_ == input.size()) in_.reset();
   }
 
-  static constexpr std::chrono::milliseconds kStopCheck{100};
-
   const Command& command_;
   UniqueFd in_;
   std::size_t written_ = 0;
@@ -184,8 +182,6 @@ Result run(const Command& command, const OutputSink& on_stdout) {
 Interrupted::Interrupted(const std::string& program)
     : std::runtime_error(program + " was stopped: the run was interrupted") {}
 
-namespace {
-
 std::string timeout_message(const std::string& program, std::chrono::milliseconds limit,
                             bool outputs_closed) {
   const std::string seconds =
@@ -195,8 +191,6 @@ std::string timeout_message(const std::string& program, std::chrono::millisecond
   }
   return program + " printed nothing for " + seconds + " and was stopped";
 }
-
-}  // namespace
 
 Timeout::Timeout(const std::string& program, std::chrono::milliseconds limit, bool outputs_closed)
     : std::runtime_error(timeout_message(program, limit, outputs_closed)),

@@ -71,6 +71,11 @@ class Interrupted : public std::runtime_error {
 // The child was killed for keeping us waiting: silent past the inactivity
 // limit, or, with `outputs_closed`, not exiting within the grace after it
 // closed its outputs.
+// "<program> printed nothing for N s and was stopped", or, with
+// `outputs_closed`, that it had not exited N s after closing its output.
+std::string timeout_message(const std::string& program, std::chrono::milliseconds limit,
+                            bool outputs_closed);
+
 class Timeout : public std::runtime_error {
  public:
   Timeout(const std::string& program, std::chrono::milliseconds limit, bool outputs_closed = false);
