@@ -29,14 +29,6 @@ bool one_pass_is_cheaper(SQLite::Database& db, const std::string& table, const s
   return static_cast<std::int64_t>(wanted) * kStepsPerLookup >= span.getColumn(0).getInt64();
 }
 
-void bind_blob(SQLite::Statement& statement, int index, const std::string& value) {
-  statement.bind(index, value.data(), static_cast<int>(value.size()));
-}
-
-std::int64_t pragma(SQLite::Database& db, const char* name) {
-  return db.execAndGet(std::string("PRAGMA ") + name).getInt64();
-}
-
 // The bytes of the pages in use; free pages are not counted.
 std::uint64_t live_bytes(SQLite::Database& db) {
   const std::int64_t pages = pragma(db, "page_count") - pragma(db, "freelist_count");
@@ -88,6 +80,16 @@ void drop_unused_paths(SQLite::Database& db) {
 
 }  // namespace
 
+void bind_blob(SQLite::Statement& statement, int index, const std::string& value) {
+  statement.bind(index, value.data(), static_cast<int>(value.size()));
+}
+
+std::int64_t pragma(const SQLite::Database& db, const char* name) {
+  SQLite::Statement statement(db, std::string("PRAGMA ") + name);
+  statement.executeStep();
+  return statement.getColumn(0).getInt64();
+}
+
 std::vector<std::optional<StoredRow>> read_rows(SQLite::Database& db, std::uint64_t fingerprint,
                                                 const std::vector<std::string>& commits) {
   std::vector<std::optional<StoredRow>> rows(commits.size());
@@ -95,17 +97,19 @@ std::vector<std::optional<StoredRow>> read_rows(SQLite::Database& db, std::uint6
     rows[i] = StoredRow{decode(blob(row.getColumn(first))),
                         static_cast<std::uint64_t>(row.getColumn(first + 1).getInt64())};
   };
-  std::unordered_map<std::string_view, std::size_t> position;
-  for (std::size_t i = 0; i < commits.size(); ++i) position.emplace(commits[i], i);
-  if (position.size() == commits.size() &&
-      one_pass_is_cheaper(db, "commits", "seq", commits.size())) {
-    SQLite::Statement scan(db, "SELECT id, files, checksum FROM commits WHERE fingerprint = ?");
-    scan.bind(1, static_cast<std::int64_t>(fingerprint));
-    while (scan.executeStep()) {
-      const auto found = position.find(blob(scan.getColumn(0)));
-      if (found != position.end()) keep(found->second, scan, 1);
+  if (one_pass_is_cheaper(db, "commits", "seq", commits.size())) {
+    std::unordered_map<std::string_view, std::size_t> position;
+    for (std::size_t i = 0; i < commits.size(); ++i) position.emplace(commits[i], i);
+    // A commit asked twice is looked up by id, where each place gets its row.
+    if (position.size() == commits.size()) {
+      SQLite::Statement scan(db, "SELECT id, files, checksum FROM commits WHERE fingerprint = ?");
+      scan.bind(1, static_cast<std::int64_t>(fingerprint));
+      while (scan.executeStep()) {
+        const auto found = position.find(blob(scan.getColumn(0)));
+        if (found != position.end()) keep(found->second, scan, 1);
+      }
+      return rows;
     }
-    return rows;
   }
   SQLite::Statement lookup(db,
                            "SELECT files, checksum FROM commits WHERE id = ? AND fingerprint = ?");

@@ -22,6 +22,11 @@ struct StoredRow {
   std::uint64_t checksum = 0;
 };
 
+// Binds `value` as a blob: paths and attributes are bytes, not text.
+void bind_blob(SQLite::Statement& statement, int index, const std::string& value);
+// The value of `PRAGMA name`.
+std::int64_t pragma(const SQLite::Database& db, const char* name);
+
 // The rows of `commits` under `fingerprint`, by position; nullopt for one
 // not held. Each row is looked up by id, or the table read in one pass
 // when that costs less.

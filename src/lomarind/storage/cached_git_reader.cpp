@@ -44,6 +44,24 @@ auto start_thread(Work&& work) {
 // afterwards.
 constexpr std::size_t kLongListing = 1000;
 
+// Tells the thread that prepares the cache, once, whether the listing grew
+// long; "no" at the latest when it goes, so that thread never waits on.
+class LongListing {
+ public:
+  explicit LongListing(std::promise<bool>& answer) : answer_(answer) {}
+  ~LongListing() { tell(false); }
+  LongListing(const LongListing&) = delete;
+  LongListing& operator=(const LongListing&) = delete;
+
+  void tell(bool long_listing) {
+    if (!std::exchange(told_, true)) answer_.set_value(long_listing);
+  }
+
+ private:
+  std::promise<bool>& answer_;
+  bool told_ = false;
+};
+
 // The cache made ready for one period, or why it cannot be used.
 struct Ready {
   std::optional<CacheUse> use;
@@ -76,20 +94,14 @@ std::vector<CommitChanges> CachedGitReader::log_commit_changes(
     if (prepared.failure) prepared.use.reset();
     return prepared;
   });
-  bool told = false;
-  const auto tell = [&](bool value) {
-    if (!std::exchange(told, true)) long_listing.set_value(value);
-  };
   std::vector<CommitChanges> commits;
-  try {
+  {
+    // Ends before `ready` does, whatever ends the listing.
+    LongListing told(long_listing);
     commits = git_.log_commit_times(repo_root, since, ref, max_commits, [&](std::size_t listed) {
-      if (listed >= kLongListing) tell(true);
+      if (listed >= kLongListing) told.tell(true);
     });
-  } catch (...) {
-    tell(false);  // the preparing thread is waited for on the way out
-    throw;
   }
-  tell(false);
   if (commits.empty()) return commits;
   Ready prepared = ready.get();
   if (prepared.failure) warn_once(*prepared.failure);

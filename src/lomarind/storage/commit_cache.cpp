@@ -73,12 +73,6 @@ std::string reason_for(const SQLite::Exception& e) {
 
 constexpr int kIncrementalVacuum = 2;  // PRAGMA auto_vacuum's number for INCREMENTAL
 
-int pragma(const SQLite::Database& db, const char* name) {
-  SQLite::Statement statement(db, std::string("PRAGMA ") + name);
-  statement.executeStep();
-  return statement.getColumn(0).getInt();
-}
-
 bool is_ours(const SQLite::Database& db) {
   return pragma(db, "application_id") == kApplicationId &&
          pragma(db, "user_version") == kSchemaVersion && !storage::has_triggers_or_views(db);
@@ -87,8 +81,8 @@ bool is_ours(const SQLite::Database& db) {
 // Drops an older layout of our own (what it holds is only ever a copy);
 // refuses anything else but an empty file.
 void clear_old_layout(SQLite::Database& db) {
-  const int application = pragma(db, "application_id");
-  const int version = pragma(db, "user_version");
+  const std::int64_t application = pragma(db, "application_id");
+  const std::int64_t version = pragma(db, "user_version");
   if (application == kApplicationId && version < kSchemaVersion) {
     db.exec("DROP TABLE IF EXISTS commits; DROP TABLE IF EXISTS paths;");
   } else if (application != 0 || version != 0 ||
@@ -232,7 +226,7 @@ void CommitCache::store(const CacheKey& key, const std::vector<CachedCommit>& co
       insert.bind(1, commit.commit);
       insert.bind(2, static_cast<std::int64_t>(key.fingerprint));
       insert.bind(3, static_cast<std::int64_t>(key.git));
-      insert.bind(4, blob.data(), static_cast<int>(blob.size()));
+      bind_blob(insert, 4, blob);
       insert.bind(
           5, static_cast<std::int64_t>(checksum(commit.commit, key.fingerprint, commit.files)));
       insert.exec();
