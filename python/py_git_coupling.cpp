@@ -77,7 +77,7 @@ py::object change_coupling(const py::module_& host, bool own, const py::object& 
                                             return std::string(option);
                                           });
   } catch (const git_history::GitHistoryError& error) {
-    CallNeighbours(host, false, py::none(), py::none()).raise(error);
+    raise_history_error(host, error);
   }
   return answer(
       host, own, repository, repo_root,

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "lomarind/workers/git_history/answer_json.h"
+#include "lomarind/workers/git_history/source.h"
 #include "py_bindings.h"
 #include "py_convert.h"
 #include "py_host.h"
@@ -168,8 +169,7 @@ py::object touched_symbols(const py::module_& host, bool own, const py::object& 
 }
 
 bool is_source_path(const py::module_& host, bool own, py::handle path, py::handle language) {
-  CallNeighbours n(host, own, py::none(), py::none());
-  return n.history().is_source_path(to_bytes(path, "path"),
+  return gh::detail::is_source_path(source_filters(host, own), to_bytes(path, "path"),
                                     to_optional_bytes(language, "language"));
 }
 

@@ -75,8 +75,7 @@ py::list histories(const py::module_& host, py::handle commits) {
 }
 
 bool is_source(const py::module_& host, bool own, py::handle path, py::handle facts) {
-  CallNeighbours n(host, own, py::none(), py::none());
-  return detail::is_source(n.neighbours().filters, to_bytes(path, "path"),
+  return detail::is_source(source_filters(host, own), to_bytes(path, "path"),
                            indexed_paths_from(facts));
 }
 

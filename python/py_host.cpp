@@ -158,8 +158,10 @@ class HostChangeIndex final : public repository_changes::ChangeIndex {
   py::object db_;
 };
 
-// The filters and SOURCE_LANGUAGES as the host module holds them.
-git_history::SourceFilters host_filters(const py::module_& host) {
+}  // namespace
+
+git_history::SourceFilters source_filters(const py::module_& host, bool own) {
+  if (own) return git_history::builtin_source_filters();
   const auto asking = [host](const char* name) {
     return [host, name](std::string_view text) { return truthy(host.attr(name)(to_str(text))); };
   };
@@ -171,6 +173,8 @@ git_history::SourceFilters host_filters(const py::module_& host) {
           .is_test_path = asking("is_test_path"),
           .should_skip_path = asking("should_skip_path")};
 }
+
+namespace {
 
 // Log records to host.logger, format and arguments unformatted. An argument
 // that is the repository root is the object the caller gave, and the text
@@ -292,7 +296,7 @@ struct CallNeighbours::Parts {
   repository_changes::IndexDb stand_in;  // the handle while the host's index reads
   std::optional<repository_changes::Repository> repository;
   std::optional<git_history::Neighbours> neighbours;
-  std::optional<git_history::GitHistory> history;
+  std::optional<git_history::GitHistory> history;  // over the host's neighbours
 };
 
 CallNeighbours::CallNeighbours(const py::module_& host, bool own, const py::object& repo_root,
@@ -303,24 +307,22 @@ CallNeighbours::CallNeighbours(const py::module_& host, bool own, const py::obje
     p.production.emplace(
         git_history::ProductionOptions{.runner = git_utils::GitRunner().stopped_by(&stop_)},
         p.sink);
-    const git_history::Neighbours n = p.production->neighbours();
-    p.neighbours.emplace(
-        git_history::Neighbours{n.git, n.index, n.filters, p.logger, n.parse_time_spec});
+    p.neighbours.emplace(p.production->neighbours());
     p.db = db;
     p.repository.emplace(db.is_none() ? p.stand_in
                                       : p.db.cast<const repository_changes::IndexDb&>());
   } else {
     p.git.emplace(host, repo_root);
     p.index.emplace(host, db);
-    p.filters = host_filters(host);
+    p.filters = source_filters(host, false);
     p.parse_time_spec = [&git = *p.git](const std::string& since) {
       return git.parse_time_spec(since);
     };
     p.neighbours.emplace(
         git_history::Neighbours{*p.git, *p.index, p.filters, p.logger, p.parse_time_spec});
     p.repository.emplace(p.stand_in);
+    p.history.emplace(*p.neighbours);
   }
-  p.history.emplace(*p.neighbours);
 }
 
 CallNeighbours::~CallNeighbours() {
@@ -333,7 +335,9 @@ CallNeighbours::~CallNeighbours() {
   }
 }
 
-const git_history::GitHistory& CallNeighbours::history() const { return *parts_->history; }
+const git_history::GitHistory& CallNeighbours::history() const {
+  return parts_->production ? parts_->production->history() : *parts_->history;
+}
 
 const repository_changes::Repository& CallNeighbours::repository() const {
   return *parts_->repository;
@@ -346,8 +350,12 @@ py::object CallNeighbours::start_time(std::chrono::sys_seconds start) const {
 }
 
 void CallNeighbours::raise(const git_history::GitHistoryError& error) const {
-  const py::object cause = parts_->sink.python_cause(error.cause());
-  py::object exception = host_.attr("GitHistoryError")(message_of(error, cause));
+  raise_history_error(host_, error, parts_->sink.python_cause(error.cause()));
+}
+
+void raise_history_error(const py::module_& host, const git_history::GitHistoryError& error,
+                         const py::object& cause) {
+  py::object exception = host.attr("GitHistoryError")(message_of(error, cause));
   // Like `raise ... from cause`: setting __cause__ also suppresses the context.
   if (!cause.is_none()) exception.attr("__cause__") = cause;
   PyErr_SetObject(reinterpret_cast<PyObject*>(Py_TYPE(exception.ptr())), exception.ptr());

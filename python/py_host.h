@@ -70,6 +70,17 @@ class CallNeighbours {
   std::unique_ptr<Parts> parts_;
 };
 
+// Raises the module's GitHistoryError for `error`, with `cause` (a Python
+// exception, or None) as its __cause__; throws error_already_set.
+[[noreturn]] void raise_history_error(const py::module_& host,
+                                      const git_history::GitHistoryError& error,
+                                      const py::object& cause = py::none());
+
+// The filters a call uses: the package's own, else those the host module
+// holds (its is_test_path, is_source_extension, should_skip_path and
+// SOURCE_LANGUAGES), each looked up when asked.
+git_history::SourceFilters source_filters(const py::module_& host, bool own);
+
 // An exception translator: a C++ error that stands for an exception a host's
 // neighbour raised raises that very exception again.
 void translate_host_cause(std::exception_ptr failure);
