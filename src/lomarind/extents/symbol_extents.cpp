@@ -11,6 +11,7 @@
 #include "lomarind/extents/indent_extents.h"
 #include "lomarind/extents/source_lexer.h"
 #include "lomarind/extents/source_syntax.h"
+#include "lomarind/utils/unique_fd.h"
 
 namespace lomarind::repository_changes {
 namespace {
@@ -30,21 +31,6 @@ std::vector<std::int64_t> ends_by(Extents& extents, std::size_t line_count,
   }
   return ends;
 }
-
-// Closes the descriptor on every way out.
-class FileDescriptor {
- public:
-  explicit FileDescriptor(int fd) : fd_(fd) {}
-  ~FileDescriptor() {
-    if (fd_ >= 0) ::close(fd_);
-  }
-  FileDescriptor(const FileDescriptor&) = delete;
-  FileDescriptor& operator=(const FileDescriptor&) = delete;
-  int get() const { return fd_; }
-
- private:
-  int fd_;
-};
 
 }  // namespace
 
@@ -69,7 +55,7 @@ std::vector<std::int64_t> derive_end_lines(std::string_view text, std::string_vi
 
 std::optional<std::string> read_source_file(const std::filesystem::path& repo_root,
                                             const std::string& path) {
-  const FileDescriptor file(
+  const UniqueFd file(
       ::open((repo_root / path).c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
   struct stat st;
   if (file.get() < 0 || ::fstat(file.get(), &st) != 0 || !S_ISREG(st.st_mode) ||

@@ -22,11 +22,6 @@ UniqueFd above_stdio(UniqueFd fd, const std::string& program) {
 
 }  // namespace
 
-void UniqueFd::reset() {
-  if (fd_ >= 0) ::close(fd_);
-  fd_ = -1;
-}
-
 void throw_errno(int error, const std::string& what) {
   throw std::system_error(error, std::generic_category(), what);
 }
