@@ -13,6 +13,7 @@
 #include <utility>
 
 #include "lomarind/process/child_watchdog.h"
+#include "lomarind/process/spawn_setup.h"
 #include "lomarind/process/subprocess.h"
 
 namespace lomarind::subprocess {
@@ -26,73 +27,12 @@ auto retried(Call call) {
   return result;
 }
 
-std::vector<char*> c_strings(const std::vector<std::string>& strings) {
-  std::vector<char*> out;
-  out.reserve(strings.size() + 1);
-  for (const std::string& s : strings) out.push_back(const_cast<char*>(s.c_str()));
-  out.push_back(nullptr);
-  return out;
-}
-
-// The spawn's file actions: the standard descriptors, the folder, and no
-// other descriptor of ours (a host may have left some inheritable).
-class FileActions {
- public:
-  explicit FileActions(const ChildSpec& spec) {
-    ::posix_spawn_file_actions_init(&actions_);
-    for (int fd = 0; fd < 3; ++fd)
-      check(::posix_spawn_file_actions_adddup2(&actions_, spec.stdio[fd], fd));
-    if (!spec.working_directory.empty()) {
-      check(::posix_spawn_file_actions_addchdir_np(&actions_, spec.working_directory.c_str()));
-    }
-    check(::posix_spawn_file_actions_addclosefrom_np(&actions_, 3));
-  }
-  ~FileActions() { ::posix_spawn_file_actions_destroy(&actions_); }
-  FileActions(const FileActions&) = delete;
-  FileActions& operator=(const FileActions&) = delete;
-
-  const posix_spawn_file_actions_t* get() const { return &actions_; }
-
- private:
-  static void check(int error) {
-    if (error != 0) throw_errno(error, "cannot prepare a child process");
-  }
-  posix_spawn_file_actions_t actions_;
-};
-
-// A group of its own: Ctrl-C on a terminal reaches us alone, and we decide
-// how the child ends; killing the group ends whatever the child started.
-// No signal blocked, none ignored: a host may block or ignore some (SIGPIPE
-// above all), and exec would hand that on.
-class Attributes {
- public:
-  Attributes() {
-    ::posix_spawnattr_init(&attributes_);
-    sigset_t none, all;
-    sigemptyset(&none);
-    sigfillset(&all);
-    ::posix_spawnattr_setflags(
-        &attributes_, POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
-    ::posix_spawnattr_setpgroup(&attributes_, 0);
-    ::posix_spawnattr_setsigmask(&attributes_, &none);
-    ::posix_spawnattr_setsigdefault(&attributes_, &all);
-  }
-  ~Attributes() { ::posix_spawnattr_destroy(&attributes_); }
-  Attributes(const Attributes&) = delete;
-  Attributes& operator=(const Attributes&) = delete;
-
-  const posix_spawnattr_t* get() const { return &attributes_; }
-
- private:
-  posix_spawnattr_t attributes_;
-};
-
 }  // namespace
 
 ChildProcess::ChildProcess(const ChildSpec& spec) : name_(spec.argv.at(0)) {
   std::vector<char*> argv = c_strings(spec.argv);
   std::vector<char*> envp = c_strings(spec.environment);
-  const FileActions actions(spec);
+  const FileActions actions(spec.stdio, spec.working_directory);
   const Attributes attributes;
   // glibc reports a failed exec here, having reaped that child.
   if (const int error = ::posix_spawn(&pid_, spec.program.c_str(), actions.get(), attributes.get(),

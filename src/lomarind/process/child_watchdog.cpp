@@ -15,6 +15,8 @@
 #include <set>
 #include <string>
 
+#include "lomarind/process/spawn_setup.h"
+
 namespace lomarind::subprocess {
 namespace {
 
@@ -63,8 +65,7 @@ class Watchdog {
 
   // In a forked child: the parent's watchdog and children are not ours.
   void forget_after_fork() {
-    if (socket_ >= 0) ::close(socket_);
-    socket_ = -1;
+    socket_.reset();
     pid_ = -1;
     unavailable_ = false;
     groups_.clear();
@@ -72,10 +73,11 @@ class Watchdog {
   }
 
   bool tell(char op, pid_t pid) {
-    if (socket_ < 0) return false;
+    if (!socket_.valid()) return false;
     const std::string line = op + std::to_string(pid) + "\n";
     ssize_t sent;
-    while ((sent = ::send(socket_, line.data(), line.size(), MSG_NOSIGNAL)) < 0 && errno == EINTR) {
+    while ((sent = ::send(socket_.get(), line.data(), line.size(), MSG_NOSIGNAL)) < 0 &&
+           errno == EINTR) {
     }
     return sent == static_cast<ssize_t>(line.size());
   }
@@ -84,9 +86,8 @@ class Watchdog {
   // group there is to guard.
   void restart() {
     if (unavailable_) return;
-    if (socket_ >= 0) ::close(socket_);
+    socket_.reset();
     if (pid_ > 0) ::waitpid(pid_, nullptr, WNOHANG);
-    socket_ = -1;
     pid_ = -1;
     if (!start()) {
       unavailable_ = true;  // no /bin/sh, say: not tried again for every child
@@ -100,7 +101,7 @@ class Watchdog {
   bool start();
 
   std::mutex mutex_;
-  int socket_ = -1;  // our end; the watchdog reads the other one
+  UniqueFd socket_;  // our end; the watchdog reads the other one
   pid_t pid_ = -1;
   bool unavailable_ = false;
   std::set<pid_t> groups_;
@@ -109,40 +110,25 @@ class Watchdog {
 bool Watchdog::start() {
   int ends[2];
   if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0) return false;
-  const int null = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
-  posix_spawn_file_actions_t actions;
-  posix_spawnattr_t attributes;
-  ::posix_spawn_file_actions_init(&actions);
-  ::posix_spawnattr_init(&attributes);
-  ::posix_spawn_file_actions_adddup2(&actions, ends[1], 0);
-  ::posix_spawn_file_actions_adddup2(&actions, null, 1);
-  ::posix_spawn_file_actions_adddup2(&actions, null, 2);
-  ::posix_spawn_file_actions_addclosefrom_np(&actions, 3);
-  sigset_t none, all;
-  sigemptyset(&none);
-  sigfillset(&all);
-  ::posix_spawnattr_setflags(
-      &attributes, POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
-  ::posix_spawnattr_setpgroup(&attributes, 0);
-  ::posix_spawnattr_setsigmask(&attributes, &none);
-  ::posix_spawnattr_setsigdefault(&attributes, &all);
-  char sh[] = "/bin/sh", dash_c[] = "-c", script[sizeof kScript];
-  std::copy(std::begin(kScript), std::end(kScript), script);
-  char* argv[] = {sh, dash_c, script, nullptr};
-  char path[] = "PATH=/usr/bin:/bin";
-  char* envp[] = {path, nullptr};
-  const bool started =
-      null >= 0 && ::posix_spawn(&pid_, sh, &actions, &attributes, argv, envp) == 0;
-  ::posix_spawn_file_actions_destroy(&actions);
-  ::posix_spawnattr_destroy(&attributes);
-  if (null >= 0) ::close(null);
-  ::close(ends[1]);
-  if (!started) {
-    ::close(ends[0]);
-    pid_ = -1;
+  UniqueFd ours(ends[0]);
+  const UniqueFd theirs(ends[1]);
+  const UniqueFd null(::open("/dev/null", O_WRONLY | O_CLOEXEC));
+  if (!null.valid()) return false;
+  const std::vector<std::string> args = {"/bin/sh", "-c", kScript};
+  const std::vector<std::string> environment = {"PATH=/usr/bin:/bin"};
+  try {
+    const int stdio[3] = {theirs.get(), null.get(), null.get()};
+    const FileActions actions(stdio);
+    const Attributes attributes;
+    if (::posix_spawn(&pid_, args[0].c_str(), actions.get(), attributes.get(),
+                      c_strings(args).data(), c_strings(environment).data()) != 0) {
+      pid_ = -1;
+      return false;
+    }
+  } catch (const std::system_error&) {
     return false;
   }
-  socket_ = ends[0];
+  socket_ = std::move(ours);
   return true;
 }
 
