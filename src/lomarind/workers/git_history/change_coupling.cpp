@@ -15,7 +15,8 @@ namespace detail {
 CouplingCounts count_period(const repository_changes::ChangeIndex& index,
                             const repository_changes::IndexDb& db, const SourceFilters& filters,
                             std::span<const git_utils::CommitChanges> commits, bool source_only,
-                            std::int64_t max_changeset, const std::optional<std::string>& focus) {
+                            std::int64_t max_changeset,
+                            const std::set<std::string, std::less<>>& marked) {
   FoldedLog folded = fold_log(commits);
   std::vector<bool> kept(folded.histories.size());
   std::vector<std::string> existing;
@@ -34,7 +35,7 @@ CouplingCounts count_period(const repository_changes::ChangeIndex& index,
       }
     }
   }
-  CouplingCounts counts = count_coupling(commits, std::move(folded), kept, max_changeset, focus);
+  CouplingCounts counts = count_coupling(commits, std::move(folded), kept, max_changeset, marked);
   counts.excluded_files = excluded;
   return counts;
 }
@@ -48,9 +49,10 @@ CouplingAnswer GitHistory::change_coupling(const repository_changes::Repository&
   detail::check_thresholds(thresholds);
   const detail::PeriodLog log = detail::read_period(n_.parse_time_spec, n_.git, n_.logger,
                                                     repo_root, options.since, options.branch);
-  const detail::CouplingCounts counts =
-      detail::count_period(n_.index, repository.db, n_.filters, log.commits, options.source_only,
-                           options.max_changeset, options.path);
+  const detail::CouplingCounts counts = detail::count_period(
+      n_.index, repository.db, n_.filters, log.commits, options.source_only, options.max_changeset,
+      options.path ? std::set<std::string, std::less<>>{*options.path}
+                   : std::set<std::string, std::less<>>{});
 
   std::vector<detail::CoupledPair> pairs = detail::listed_pairs(counts, thresholds);
   const detail::StrongerFirst order{counts};

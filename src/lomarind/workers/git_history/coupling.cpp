@@ -29,19 +29,21 @@ void change_set(std::span<const std::size_t> records, const std::vector<std::siz
   set.erase(std::unique(set.begin(), set.end()), set.end());
 }
 
-// One more shared change set for each pair of `set` (ascending), or only
-// for the pairs holding `focus`.
-void count_pairs(const std::vector<std::size_t>& set, const std::optional<std::size_t>& focus,
+// One more shared change set for each pair of `set` (ascending), or, with
+// `marked` (by kept file), only for the pairs with exactly one marked file.
+void count_pairs(const std::vector<std::size_t>& set, const std::vector<bool>& marked,
                  std::unordered_map<std::uint64_t, std::int64_t>& shared) {
-  if (focus) {
-    if (!std::binary_search(set.begin(), set.end(), *focus)) return;
-    for (const std::size_t other : set) {
-      if (other != *focus) ++shared[pair_key(std::min(other, *focus), std::max(other, *focus))];
+  if (marked.empty()) {
+    for (std::size_t i = 0; i < set.size(); ++i) {
+      for (std::size_t j = i + 1; j < set.size(); ++j) ++shared[pair_key(set[i], set[j])];
     }
     return;
   }
-  for (std::size_t i = 0; i < set.size(); ++i) {
-    for (std::size_t j = i + 1; j < set.size(); ++j) ++shared[pair_key(set[i], set[j])];
+  for (const std::size_t one : set) {
+    if (!marked[one]) continue;
+    for (const std::size_t other : set) {
+      if (!marked[other]) ++shared[pair_key(std::min(one, other), std::max(one, other))];
+    }
   }
 }
 
@@ -86,15 +88,15 @@ void check_thresholds(const CouplingThresholds& thresholds, const ValueText& sho
 
 CouplingCounts count_coupling(std::span<const git_utils::CommitChanges> commits, FoldedLog folded,
                               const std::vector<bool>& kept, std::int64_t max_changeset,
-                              const std::optional<std::string>& focus) {
+                              const std::set<std::string, std::less<>>& marked) {
   CouplingCounts counts;
   const std::vector<std::size_t> kept_index = keep(std::move(folded.histories), kept, counts);
-  // No kept file of that path: a position no change set holds, so no pair.
-  std::optional<std::size_t> counted_focus;
-  if (focus) {
-    counted_focus = kNotKept;
+  std::vector<bool> marked_files;
+  if (!marked.empty()) {
+    marked_files.resize(counts.files.size());
     for (std::size_t i = 0; i < counts.files.size(); ++i) {
-      if (counts.files[i].path == *focus) counts.focus = counted_focus = i;
+      marked_files[i] = marked.contains(counts.files[i].path);
+      if (marked_files[i] && marked.size() == 1) counts.focus = i;
     }
   }
   std::vector<std::size_t> set;
@@ -105,7 +107,7 @@ CouplingCounts count_coupling(std::span<const git_utils::CommitChanges> commits,
     }
     change_set(folded.records_of_commit[c], kept_index, set);
     for (const std::size_t file : set) ++counts.revisions[file];
-    count_pairs(set, counted_focus, counts.shared);
+    count_pairs(set, marked_files, counts.shared);
   }
   return counts;
 }

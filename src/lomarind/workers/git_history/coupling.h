@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
+#include <set>
 #include <span>
 #include <string>
 #include <string_view>
@@ -57,7 +58,7 @@ struct CouplingCounts {
   std::vector<std::int64_t> revisions;  // change sets holding files[i]
   // Change sets holding both files[i] and files[j], by pair_key(i, j), i < j.
   std::unordered_map<std::uint64_t, std::int64_t> shared;
-  std::optional<std::size_t> focus;  // the file asked about, when it is kept
+  std::optional<std::size_t> focus;  // a lone marked path's kept file
   std::int64_t bulk_commits = 0;     // commits over max_changeset, counted nowhere
   std::int64_t excluded_files = 0;   // existing records that were not kept
 };
@@ -68,19 +69,20 @@ inline std::uint64_t pair_key(std::size_t a, std::size_t b) {
 
 // Counts the change sets of `commits` over the records of `folded` (its
 // fold) for which `kept` is true. A commit with more than `max_changeset`
-// file changes is a bulk change and counts nowhere. With a `focus` path,
-// only the pairs holding the kept file of that last path are counted, and
-// none when no kept file has it.
+// file changes is a bulk change and counts nowhere. With `marked` last
+// paths, only the pairs with exactly one marked file are counted (none
+// when no kept file is marked), and a lone marked path is the focus.
 CouplingCounts count_coupling(std::span<const git_utils::CommitChanges> commits, FoldedLog folded,
                               const std::vector<bool>& kept, std::int64_t max_changeset,
-                              const std::optional<std::string>& focus);
+                              const std::set<std::string, std::less<>>& marked);
 
 // count_coupling over the records that exist at the end of the log, and
 // with `source_only` only production source (one index query for them).
 CouplingCounts count_period(const repository_changes::ChangeIndex& index,
                             const repository_changes::IndexDb& db, const SourceFilters& filters,
                             std::span<const git_utils::CommitChanges> commits, bool source_only,
-                            std::int64_t max_changeset, const std::optional<std::string>& focus);
+                            std::int64_t max_changeset,
+                            const std::set<std::string, std::less<>>& marked);
 
 // A pair that passed the thresholds: files[first] is listed as `path`.
 struct CoupledPair {

@@ -70,11 +70,12 @@ std::vector<MissingPartner> GitHistory::partners_of(
     return n_.git.log_commit_changes(repo_root, start, changes.base_commit(), MAX_COMMITS);
   });
   const detail::CouplingThresholds thresholds = detail::kDefaultCoupling;
-  const detail::CouplingCounts counts =
-      detail::count_period(n_.index, repository.db, n_.filters, log, source_only,
-                           thresholds.max_changeset, std::nullopt);
+  // Only pairs of a changed file and an unchanged one can name a partner.
+  const std::set<std::string, std::less<>> changed = changed_paths(changes);
+  const detail::CouplingCounts counts = detail::count_period(
+      n_.index, repository.db, n_.filters, log, source_only, thresholds.max_changeset, changed);
   std::vector<MissingPartner> rows =
-      strongest_partners(counts, detail::listed_pairs(counts, thresholds), changed_paths(changes));
+      strongest_partners(counts, detail::listed_pairs(counts, thresholds), changed);
   const std::size_t shown = std::min(rows.size(), kMaxMissingPartners);
   std::partial_sort(rows.begin(), rows.begin() + static_cast<std::ptrdiff_t>(shown), rows.end(),
                     [](const MissingPartner& a, const MissingPartner& b) {
