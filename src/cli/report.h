@@ -41,7 +41,6 @@ struct ReportContent {
   git_history::HotspotsAnswer components;   // by component
   git_history::CouplingAnswer coupling;     // the kCouplingPairs strongest, usual thresholds
   git_history::RecentChangesAnswer recent;  // the latest kRecentRows, symbols when indexed
-  std::map<std::string, std::int64_t> last_changed;  // Unix seconds, UTC, by path
   std::vector<WeekCount> weeks;                      // oldest first
 };
 

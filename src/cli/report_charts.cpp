@@ -45,12 +45,10 @@ double lines(const git_history::FileHotspot& row) {
 
 // The path on the first line (a line break in it is shown escaped), the
 // numbers below it.
-std::string file_title(const git_history::FileHotspot& row, const ReportContent& content) {
-  const auto last = content.last_changed.find(row.name);
+std::string file_title(const git_history::FileHotspot& row) {
   return fmt::format("{}\n{} commit{}, +{} -{} lines, risk {:.2f}\nlast change {}",
                      html_text(row.name), row.commits, row.commits == 1 ? "" : "s", row.additions,
-                     row.deletions, row.risk_score,
-                     last == content.last_changed.end() ? "-" : date_text(last->second));
+                     row.deletions, row.risk_score, date_text(row.last_changed));
 }
 
 std::string rect_svg(const Rect& r, std::string_view attributes) {
@@ -133,7 +131,7 @@ std::string file_label(const git_history::FileHotspot& row, Rect box, const MapL
 
 // The file boxes of one region, each labelled by file_label.
 std::string files_svg(const std::vector<const git_history::FileHotspot*>& files, Rect area,
-                      const ReportContent& content, const MapLabels& labels) {
+                      const MapLabels& labels) {
   std::vector<double> weights;
   for (const git_history::FileHotspot* row : files) weights.push_back(lines(*row));
   const std::vector<Rect> boxes = squarify(weights, area);
@@ -141,7 +139,7 @@ std::string files_svg(const std::vector<const git_history::FileHotspot*>& files,
   for (std::size_t i = 0; i < files.size(); ++i) {
     const git_history::FileHotspot& row = *files[i];
     const Rect box = inset(boxes[i], 0.5);
-    out += fmt::format("<g class=\"file\"><title>{}</title>{}{}</g>", file_title(row, content),
+    out += fmt::format("<g class=\"file\"><title>{}</title>{}{}</g>", file_title(row),
                        rect_svg(box, fmt::format("fill=\"{}\"", risk_colour(row.risk_score))),
                        file_label(row, box, labels));
   }
@@ -152,7 +150,7 @@ std::string files_svg(const std::vector<const git_history::FileHotspot*>& files,
 // files inside.
 std::string region_svg(const std::string& component,
                        const std::vector<const git_history::FileHotspot*>& members, Rect region,
-                       const ReportContent& content, const MapLabels& labels) {
+                       const MapLabels& labels) {
   std::int64_t changed = 0;
   for (const git_history::FileHotspot* row : members) changed += row->additions + row->deletions;
   const std::string name = page_text(component);
@@ -168,7 +166,7 @@ std::string region_svg(const std::string& component,
     inner.y += kLabelHeight - 2;
     inner.height = std::max(0.0, inner.height - (kLabelHeight - 2));
   }
-  return out + files_svg(members, inner, content, labels) + "</g>";
+  return out + files_svg(members, inner, labels) + "</g>";
 }
 
 }  // namespace
@@ -205,7 +203,7 @@ std::string hotspot_map_svg(const ReportContent& content) {
       fmt::format(R"(<svg class="map" viewBox="0 0 {} {}" role="img" aria-label="Hotspot map">)",
                   kMapWidth, kMapHeight);
   for (std::size_t i = 0; i < names.size(); ++i) {
-    out += region_svg(names[i], files[names[i]], inset(regions[i], 1.5), content, labels);
+    out += region_svg(names[i], files[names[i]], inset(regions[i], 1.5), labels);
   }
   return out + "</svg>";
 }

@@ -61,17 +61,6 @@ struct Questions {
   }
 };
 
-// When each file the period changed last changed, for the map's hover
-// titles: the module's own fold of the kept log, which asks git nothing.
-std::map<std::string, std::int64_t> last_changes(const git_utils::KeptLog& log) {
-  std::map<std::string, std::int64_t> times;
-  for (const git_history::detail::PathHistory& history :
-       git_history::detail::histories(log.commits)) {
-    times.emplace(history.path, history.last_changed);
-  }
-  return times;
-}
-
 }  // namespace
 
 const std::vector<git_history::FileHotspot>& file_rows(const ReportContent& content) {
@@ -128,7 +117,6 @@ ReportContent gather_report(const HistorySession& session, const ReportArgs& arg
 
   const git_utils::KeptLog& log = *git.last_log();
   content.period_start = log.since.time_since_epoch().count();
-  content.last_changed = last_changes(log);
   std::vector<std::int64_t> timestamps;
   timestamps.reserve(log.commits.size());
   for (const git_utils::CommitChanges& commit : log.commits) timestamps.push_back(commit.timestamp);

@@ -66,6 +66,9 @@ struct FileHotspot {
   std::int64_t deletions = 0;
   std::optional<std::string> component{};
   double risk_score = 0;
+  // Not part of the answer: when the file last changed (Unix seconds, UTC),
+  // for a report's titles.
+  std::int64_t last_changed = 0;
 
   bool operator==(const FileHotspot&) const = default;
 };

@@ -76,7 +76,8 @@ std::vector<FileHotspot> file_rows(std::span<const PathHistory> histories,
                     .additions = history.additions,
                     .deletions = history.deletions,
                     .component = fact != facts.end() ? fact->second.component : std::nullopt,
-                    .risk_score = risk_score(history.commits, busiest)});
+                    .risk_score = risk_score(history.commits, busiest),
+                    .last_changed = history.last_changed});
   }
   return rows;
 }
