@@ -1,6 +1,5 @@
 """The change-coupling answers as a Python host calls them, on real repositories."""
 
-import inspect
 import logging
 
 import pytest
@@ -25,14 +24,6 @@ def coupling(index, root, **overrides):
     args = dict(since=SINCE, branch=None, path=None, source_only=False, min_revisions=5,
                 min_shared=5, min_degree=0.3, max_changeset=30, limit=50, offset=0)
     return git_coupling.change_coupling(index, root, **{**args, **overrides})
-
-
-def test_signatures_are_keyword_only_without_defaults():
-    assert str(inspect.signature(git_coupling.change_coupling)) == (
-        "(repository, repo_root, *, since, branch, path, source_only, min_revisions, min_shared,"
-        " min_degree, max_changeset, limit, offset)")
-    assert str(inspect.signature(git_coupling.missing_partners)) == (
-        "(repository, repo_root, *, base_branch, head_branch, since, source_only)")
 
 
 def test_answer_keeps_key_order_and_number_kinds(coupled, index):
@@ -61,13 +52,21 @@ def test_thresholds_are_refused_as_python_writes_them(repo, index, given, messag
     assert str(refused.value) == message
 
 
-def test_errors_chain_their_cause_and_warn_on_the_history_logger(repo, index, tmp_path, caplog):
+def hotspots(index, root, **overrides):
+    args = dict(since=SINCE, branch=None, group_by="file", limit=50, offset=0, source_only=False)
+    return git_history.hotspots(index, root, **{**args, **overrides})
+
+
+# The history and the coupling answers each raise through glue of their own.
+@pytest.mark.parametrize("ask", [hotspots, coupling])
+def test_errors_chain_their_cause_and_warn_on_the_history_logger(ask, repo, index, tmp_path,
+                                                                 caplog):
     with pytest.raises(git_history.GitHistoryError) as bad_period:
-        coupling(index, repo.root, since="soon")
+        ask(index, repo.root, since="soon")
     assert isinstance(bad_period.value.__cause__, ValueError)
     caplog.set_level(logging.WARNING, logger="lomarind.workers.git_history")
     with pytest.raises(git_history.GitHistoryError, match="^git failed: ") as failed:
-        coupling(index, str(tmp_path))  # no repository here
+        ask(index, str(tmp_path))  # no repository here
     assert isinstance(failed.value.__cause__, git_utils.GitError)
     assert [r.getMessage() for r in caplog.records] == [str(failed.value)]
     assert caplog.records[-1].args[0] is failed.value.__cause__

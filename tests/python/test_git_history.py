@@ -1,6 +1,5 @@
 """The history answers as a Python host calls them, on real repositories."""
 
-import logging
 import os
 
 import pytest
@@ -28,41 +27,13 @@ def test_hotspots_answer_keeps_key_order_and_number_kinds(repo, index):
     assert answer["hotspots"][1]["risk_score"] == 0.33
 
 
-def test_answers_take_named_parameters_only_and_all_of_them(repo, index):
-    with pytest.raises(TypeError):
-        git_history.hotspots(index, repo.root, SINCE, None, "file", 50, 0, False)
-    with pytest.raises(TypeError):
-        git_history.recent_changes(index, repo.root, since=SINCE, branch=None, limit=5,
-                                   offset=0, source_only=False)
-
-
-def test_errors_chain_their_cause(repo, index, tmp_path, caplog):
-    with pytest.raises(git_history.GitHistoryError) as bad_period:
-        hotspots(index, repo.root, since="soon")
-    assert isinstance(bad_period.value.__cause__, ValueError)
-    caplog.set_level(logging.WARNING, logger="lomarind.workers.git_history")
-    with pytest.raises(git_history.GitHistoryError, match="^git failed: ") as failed:
-        hotspots(index, str(tmp_path))  # no repository here
-    assert isinstance(failed.value.__cause__, git_utils.GitError)
-    assert [r.getMessage() for r in caplog.records] == [str(failed.value)]
+def test_index_files_that_cannot_serve_are_refused_or_warned(repo, tmp_path, caplog):
     with pytest.raises(repository_changes.IndexFileError):
         open_index(os.path.join(repo.root, "README.md"))
-    caplog.clear()
     missing = os.path.join(str(tmp_path), "no", "index.db")
     assert open_index(missing).empty
     [warning] = caplog.records
     assert warning.name == "lomarind.storage" and missing in warning.getMessage()
-
-
-def test_neighbours_are_looked_up_at_each_call(repo, index, monkeypatch):
-    calls = []
-    real_log = git_utils.log_commit_changes
-    monkeypatch.setattr(git_utils, "log_commit_changes",
-                        lambda root, **kw: calls.append((root, kw)) or real_log(root, **kw))
-    hotspots(index, repo.root, limit=1)
-    [(root, kw)] = calls
-    assert root is repo.root and kw["max_commits"] == git_history.MAX_COMMITS
-    assert kw["since"] == git_utils.parse_time_spec(SINCE)
 
 
 def test_paths_that_are_not_utf8_come_back_as_surrogate_escapes(repo, index):

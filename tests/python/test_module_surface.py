@@ -1,24 +1,10 @@
-"""The records, constants and guards a host finds on the history module."""
-
-import contextlib
-import logging
-import typing
+"""The records and guards a host finds on the history module."""
 
 import pytest
 
 from lomarind.storage.repository_changes import LineRange
 from lomarind.utils.git_utils import FileChange, GitError, LineSpan
-from lomarind.workers import git_history, retrieval
-
-
-def test_constants_and_logger():
-    assert git_history.CHANGE_KINDS is retrieval.RETRIEVABLE_KINDS
-    assert (git_history.MAX_COMMITS, git_history.SYMBOLS_PER_ROW) == (5000, 10)
-    assert git_history._WHOLE_FILE == LineSpan(1, 2000000000, True)
-    assert git_history._SAME_COMMIT_NOTE == "Already on base branch"
-    assert git_history.logger is logging.getLogger("lomarind.workers.git_history")
-    assert isinstance(git_history.T, typing.TypeVar)
-    assert isinstance(git_history._reading_git(), contextlib.AbstractContextManager)
+from lomarind.workers import git_history
 
 
 H = git_history._PathHistory
@@ -32,14 +18,6 @@ H = git_history._PathHistory
 ])
 def test_path_history_status_and_change(history, status, change):
     assert (history.status, history.as_change()) == (status, change)
-
-
-def test_branch_changes_is_frozen_and_notes_its_same_commit():
-    same = git_history.BranchChanges("main", "main", "c1", "c1", 0, ())
-    assert same.note == "Already on base branch"
-    assert git_history.BranchChanges("main", "x", "c1", "c2", 0, ()).note is None
-    with pytest.raises(AttributeError):
-        same.commit_count = 1
 
 
 def test_line_range_is_a_named_triple():

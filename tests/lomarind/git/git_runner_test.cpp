@@ -58,10 +58,6 @@ TEST_F(GitRunnerTest, FifoWhereGitReadsAttributesOrConfigIsRefused) {
       {"relative includeIf path", git_dir / "included",
        "[includeIf \"gitdir:/\"]\n path = included\n"},
       {"commondir, which we read ourselves", git_dir / "commondir", ""},
-      // The config is read as git reads it (comments, quotes, continued
-      // lines), which the config parser's own tests pin.
-      {"quoted include.path before a comment", "",
-       "[include]\n path = \"" + fifo + "\" # a note\n"},
   };
   // A backstop: a failing case ends in seconds rather than hanging.
   GitCli git(GitRunner("git", {"PATH=/usr/bin:/bin", "HOME=" + scratch_.path().string()},

@@ -12,7 +12,6 @@
 #include <future>
 
 #include "lomarind/git/git_cli.h"
-#include "lomarind/process/subprocess.h"
 #include "support/isolated_git.h"
 #include "support/recording_log_sink.h"
 #include "support/temp_git_repo.h"
@@ -109,7 +108,7 @@ TEST_F(CachedGitReaderTest, ColdWarmAndPartlyWarmAnswersAreTheLog) {
 
 // Each change reshapes some commit's diff; the cache was filled before it,
 // and must not serve what git no longer shows. New or rewritten commits
-// have ids of their own, so the partly warm and pruning tests cover them.
+// have ids of their own, so the partly warm test covers them.
 TEST_F(CachedGitReaderTest, ChangesThatReshapeDiffsAreNeverServedStale) {
   using Step = std::function<void(const TempGitRepo&)>;
   const auto git = [](std::vector<std::string> args) {
@@ -265,52 +264,6 @@ TEST_F(CachedGitReaderTest, EditedEntriesAreReadFromGitAgain) {
     expect_exact("edited");
     expect_exact("mended");
   }
-}
-
-// Replaces main with a new history of `commits` commits, each editing a
-// shared file and adding one of this history alone: a force-push of
-// everything, made by one git process.
-void rewrite_history(const TempGitRepo& repo, int round, int commits) {
-  const auto data = [](const std::string& text) {
-    return "data " + std::to_string(text.size()) + "\n" + text + "\n";
-  };
-  std::string stream = "reset refs/heads/main\n";
-  for (int i = 0; i < commits; ++i) {
-    const std::string n = std::to_string(round) + "-" + std::to_string(i);
-    stream += "commit refs/heads/main\ncommitter T <t@example.com> " +
-              std::to_string(kStart + round * 1000 + i) + " +0000\n" + data("commit " + n) +
-              "M 100644 inline notes.txt\n" + data("notes " + n + "\n") + "M 100644 inline h" +
-              std::to_string(round) + "/f" + std::to_string(i) + ".c\n" + data("int x;\n");
-  }
-  subprocess::Command command;
-  command.argv = {"git", "fast-import", "--quiet", "--force"};
-  command.environment = {"PATH=/usr/bin:/bin", "GIT_CONFIG_NOSYSTEM=1", "HOME=/nonexistent"};
-  command.input = stream;
-  command.working_directory = repo.root();
-  ASSERT_EQ(subprocess::run(command).exit_status, 0);
-}
-
-// A cache far smaller than the histories it sees prunes as it goes, and
-// every answer is still the log, cold and warm.
-TEST_F(CachedGitReaderTest, SmallCapPrunesAndAnswersStayTheLog) {
-  constexpr std::uint64_t kCap = 96 * 1024;
-  constexpr int kRounds = 30, kCommits = 30;
-  const CachedGitReader small(git_, isolated_.runner(),
-                              Logger(std::string(kCacheLoggerName), sink_), kCap);
-  for (int round = 0; round < kRounds; ++round) {
-    SCOPED_TRACE(round);
-    rewrite_history(repo_, round, kCommits);
-    const std::vector<CommitChanges> exact = this->exact();
-    ASSERT_EQ(exact.size(), static_cast<std::size_t>(kCommits));
-    EXPECT_EQ(small.log_commit_changes(repo_.root(), {}, head(), 5000), exact);
-    EXPECT_EQ(small.log_commit_changes(repo_.root(), {}, head(), 5000), exact);
-    EXPECT_LE(std::filesystem::file_size(cache()), kCap);
-  }
-  EXPECT_TRUE(sink_.records.empty());
-  SQLite::Database db(cache().string());
-  const int kept = db.execAndGet("SELECT count(*) FROM commits").getInt();
-  EXPECT_LT(kept, kRounds * kCommits);  // the cap made room
-  EXPECT_GE(kept, kCommits);            // for the newest history
 }
 
 TEST_F(CachedGitReaderTest, TwoProgramsFillingACacheAtOnceBothAnswerExactly) {

@@ -61,14 +61,11 @@ TEST_F(IndexFileTest, RefusesFilesThatAreNotOurIndex) {
   std::filesystem::remove(index_path());
   make_database("CREATE TABLE t (x); PRAGMA user_version = 7;");
   expect_refused("not a lomarind index (user_version 7)");
-  for (const char* added : {"CREATE TABLE accounts (id)",
-                            "CREATE TRIGGER t AFTER INSERT ON files BEGIN SELECT 1; END"}) {
-    SCOPED_TRACE(added);
-    std::filesystem::remove(index_path());
-    IndexWriter(index_path()).commit();
-    make_database(added);
-    expect_refused("not a lomarind index (unexpected schema)");
-  }
+  std::filesystem::remove(index_path());
+  IndexWriter(index_path()).commit();
+  // Our own index, but for a trigger that would run on our writes.
+  make_database("CREATE TRIGGER t AFTER INSERT ON files BEGIN SELECT 1; END");
+  expect_refused("not a lomarind index (unexpected schema)");
 }
 
 TEST_F(IndexFileTest, RefusesASymlinkAndLeavesItsTargetAlone) {
@@ -93,7 +90,7 @@ TEST_F(IndexFileTest, WriterMakesMissingDirectoriesThroughSymlinksAndNothingElse
 
 // The umask is the process's: the death-test child may change its own.
 TEST_F(IndexFileTest, NewIndexFileKeepsTheUsersUmask) {
-  for (const mode_t mask : {022, 027, 077}) {
+  for (const mode_t mask : {022, 077}) {
     SCOPED_TRACE(mask);
     EXPECT_EXIT(
         {

@@ -57,15 +57,14 @@ IndexedSymbol function(std::string name, std::int64_t start, std::int64_t end) {
 
 TEST_F(SqliteIndexTest, SymbolsOverlapRangesInclusively) {
   write({file("a.py", {function("f", 10, 20)})});
-  const auto hits = [&](std::int64_t start, std::int64_t end) {
-    return !symbols({{"a.py", start, end}}).empty();
-  };
-  EXPECT_TRUE(hits(20, 25));
-  EXPECT_TRUE(hits(5, 10));
-  EXPECT_TRUE(hits(12, 12));
-  EXPECT_TRUE(hits(1, 2000000000));
-  EXPECT_FALSE(hits(21, 30));
-  EXPECT_FALSE(hits(1, 9));
+  for (const auto& [start, end, hit] : {std::tuple{20, 25, true},
+                                        {5, 10, true},
+                                        {1, 2000000000, true},
+                                        {21, 30, false},
+                                        {1, 9, false}}) {
+    SCOPED_TRACE(std::to_string(start) + "-" + std::to_string(end));
+    EXPECT_EQ(!symbols({{"a.py", start, end}}).empty(), hit);
+  }
 }
 
 TEST_F(SqliteIndexTest, SymbolOverTwoRangesIsListedOnce) {
