@@ -57,37 +57,6 @@ std::string reason_for(const SQLite::Exception& e) {
   return e.what();
 }
 
-// The index location with its directory's symbolic links resolved, so
-// that only the file itself is subject to the no-follow rule; directories
-// still to be created are taken as they are written.
-std::filesystem::path resolve_location(const std::filesystem::path& path) {
-  const std::filesystem::path absolute = std::filesystem::absolute(path);
-  if (absolute.filename().empty()) {
-    throw IndexError(failure(path, "open", "not a file name; pass --index FILE"));
-  }
-  std::error_code error;
-  const std::filesystem::path parent =
-      std::filesystem::weakly_canonical(absolute.parent_path(), error);
-  return error ? absolute : parent / absolute.filename();
-}
-
-// Whether a file is at `location`; throws for anything but a regular file.
-bool index_file_exists(const std::filesystem::path& location, const std::filesystem::path& path) {
-  std::error_code error;
-  const std::filesystem::file_status status = std::filesystem::symlink_status(location, error);
-  if (status.type() == std::filesystem::file_type::not_found) return false;
-  if (error) throw IndexError(failure(path, "open", error.message()));
-  if (status.type() == std::filesystem::file_type::symlink) {
-    throw IndexError(failure(path, "open",
-                             "it is a symbolic link, which is never followed; pass --index with "
-                             "the file itself"));
-  }
-  if (status.type() != std::filesystem::file_type::regular) {
-    throw IndexError(failure(path, "open", "not a regular file; pass --index FILE"));
-  }
-  return true;
-}
-
 void verify_schema(const SQLite::Database& db, const std::filesystem::path& path) {
   SQLite::Statement version(db, "PRAGMA user_version");
   version.executeStep();
@@ -167,6 +136,13 @@ std::unique_ptr<IndexDb::Impl> open_read_only(const std::filesystem::path& locat
 
 }  // namespace
 
+std::optional<std::string> meta_value(const SQLite::Database& db, const std::string& key) {
+  SQLite::Statement query(db, "SELECT value FROM meta WHERE key = ?");
+  query.bind(1, key);
+  if (!query.executeStep()) return std::nullopt;
+  return optional_text(query.getColumn(0));
+}
+
 std::optional<std::string> optional_text(const SQLite::Column& column) {
   if (column.isNull()) return std::nullopt;
   return column.getString();
@@ -181,8 +157,8 @@ void throw_index_error(const std::filesystem::path& path, std::string_view doing
 }
 
 std::unique_ptr<IndexDb::Impl> open_index_for_queries(const std::filesystem::path& path) {
-  const std::filesystem::path location = resolve_location(path);
-  if (!index_file_exists(location, path)) return nullptr;
+  const std::filesystem::path location = index_location(path);
+  if (!index_exists(location, path)) return nullptr;
   try {
     try {
       return open_read_only(location, path, false);
@@ -199,11 +175,30 @@ std::unique_ptr<IndexDb::Impl> open_index_for_queries(const std::filesystem::pat
 }
 
 std::filesystem::path index_location(const std::filesystem::path& path) {
-  return resolve_location(path);
+  const std::filesystem::path absolute = std::filesystem::absolute(path);
+  if (absolute.filename().empty()) {
+    throw IndexError(failure(path, "open", "not a file name; pass --index FILE"));
+  }
+  std::error_code error;
+  const std::filesystem::path parent =
+      std::filesystem::weakly_canonical(absolute.parent_path(), error);
+  return error ? absolute : parent / absolute.filename();
 }
 
 bool index_exists(const std::filesystem::path& location, const std::filesystem::path& path) {
-  return index_file_exists(location, path);
+  std::error_code error;
+  const std::filesystem::file_status status = std::filesystem::symlink_status(location, error);
+  if (status.type() == std::filesystem::file_type::not_found) return false;
+  if (error) throw IndexError(failure(path, "open", error.message()));
+  if (status.type() == std::filesystem::file_type::symlink) {
+    throw IndexError(failure(path, "open",
+                             "it is a symbolic link, which is never followed; pass --index with "
+                             "the file itself"));
+  }
+  if (status.type() != std::filesystem::file_type::regular) {
+    throw IndexError(failure(path, "open", "not a regular file; pass --index FILE"));
+  }
+  return true;
 }
 
 void write_index_schema(SQLite::Database& db) {

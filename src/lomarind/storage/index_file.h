@@ -58,6 +58,12 @@ SQLite::Database open_index_for_writing(const std::filesystem::path& location,
 // A TEXT column that may be NULL.
 std::optional<std::string> optional_text(const SQLite::Column& column);
 
+// The key under which the index keeps the commit it was built from.
+inline constexpr char kIndexedCommitKey[] = "indexed_commit";
+// The value of `key` in the index's meta table, if it has one. Throws
+// SQLite::Exception.
+std::optional<std::string> meta_value(const SQLite::Database& db, const std::string& key);
+
 // Turns the SQLite failure being handled into an IndexError about `path`
 // (`doing` is e.g. "open" or "query"), keeping it as the nested cause.
 [[noreturn]] void throw_index_error(const std::filesystem::path& path, std::string_view doing);

@@ -86,11 +86,7 @@ void IndexWriter::guarded(Write write) const {
 
 std::optional<std::string> IndexWriter::meta(const std::string& key) const {
   std::optional<std::string> value;
-  guarded([&] {
-    SQLite::Statement query(db_, "SELECT value FROM meta WHERE key = ?");
-    query.bind(1, key);
-    if (query.executeStep()) value = optional_text(query.getColumn(0));
-  });
+  guarded([&] { value = meta_value(db_, key); });
   return value;
 }
 

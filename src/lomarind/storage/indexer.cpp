@@ -9,6 +9,7 @@
 #include "lomarind/process/subprocess.h"
 #include "lomarind/storage/components.h"
 #include "lomarind/storage/ctags_runner.h"
+#include "lomarind/storage/index_file.h"
 #include "lomarind/storage/index_git.h"
 #include "lomarind/storage/index_sources.h"
 #include "lomarind/storage/index_writer.h"
@@ -20,7 +21,6 @@ namespace {
 
 namespace rc = repository_changes;
 
-constexpr char kIndexedCommit[] = "indexed_commit";
 // Files that differed from the indexed commit when they were read: the
 // index holds their work-tree content, so the next run reads them again
 // even if they went back to the committed content.
@@ -57,7 +57,7 @@ std::optional<PathSet> changed_paths(const IndexerOptions& options, const rc::In
                                      const std::optional<std::string>& head,
                                      const std::vector<std::string>& dirty) {
   if (options.full || !head) return std::nullopt;
-  const std::optional<std::string> indexed = writer.meta(kIndexedCommit);
+  const std::optional<std::string> indexed = writer.meta(rc::kIndexedCommitKey);
   if (!indexed) return std::nullopt;
   std::optional<std::vector<std::string>> changed =
       git.changed_between(options.repo_root, *indexed, *head);
@@ -116,9 +116,9 @@ void read_files(const IndexerOptions& options, std::vector<rc::IndexedFile> file
 void record_run(rc::IndexWriter& writer, const std::optional<std::string>& head,
                 const std::vector<std::string>& dirty) {
   if (head) {
-    writer.set_meta(kIndexedCommit, *head);
+    writer.set_meta(rc::kIndexedCommitKey, *head);
   } else {
-    writer.erase_meta(kIndexedCommit);
+    writer.erase_meta(rc::kIndexedCommitKey);
   }
   writer.set_meta_paths(kDirtyPrefix, dirty);
 }

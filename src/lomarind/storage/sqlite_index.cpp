@@ -118,8 +118,7 @@ std::optional<std::string> IndexDb::indexed_commit() const {
   if (empty()) return std::nullopt;
   const std::lock_guard lock(impl_->mutex);
   try {
-    SQLite::Statement query(impl_->db, "SELECT value FROM meta WHERE key = 'indexed_commit'");
-    if (query.executeStep()) return optional_text(query.getColumn(0));
+    return meta_value(impl_->db, kIndexedCommitKey);
   } catch (const SQLite::Exception&) {
     throw_index_error(impl_->path, "query");
   }
