@@ -133,7 +133,8 @@ std::string recent_table(const gh::RecentChangesAnswer& answer, const RenderOpti
 
 std::string hotspots_table(const gh::HotspotsAnswer& answer, const RenderOptions& options) {
   const std::string summary = period_summary(answer.period) + ", by " +
-                              terminal_text(answer.group_by) + excluded_text(answer.excluded_files);
+                              terminal_text(answer.group_by()) +
+                              excluded_text(answer.excluded_files);
   const Grid grid = std::visit(
       [](const auto& rows) -> Grid {
         using Row = typename std::decay_t<decltype(rows)>::value_type;

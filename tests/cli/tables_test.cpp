@@ -37,7 +37,6 @@ TEST(TablesTest, RecentShowsAgesRenamesSymbolsFutureDatesAndTheNextPage) {
 TEST(TablesTest, HotspotsShowComponentsFilesCountAndRisk) {
   gh::HotspotsAnswer answer{
       .period = {"1 year", "main", 9, true, kMay10 - 366 * 86400, kMay10 - 30 * 86400},
-      .group_by = "component",
       .excluded_files = 1,
       .hotspots = std::vector<gh::ComponentHotspot>{{"src/app", 8, 30, 2, 3, 1.0},
                                                     {"unknown", 1, 1, 0, 1, 0.12}},

@@ -136,7 +136,7 @@ Json to_json(const RecentChangesAnswer& answer) {
 
 Json to_json(const HotspotsAnswer& answer) {
   Json object = to_json(answer.period);
-  object["group_by"] = answer.group_by;
+  object["group_by"] = answer.group_by();
   object["excluded_files"] = answer.excluded_files;
   return std::visit(
       [&](const auto& rows) { return paginated(std::move(object), "hotspots", rows, answer.page); },

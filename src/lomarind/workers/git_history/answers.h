@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <variant>
 #include <vector>
@@ -166,10 +167,12 @@ struct RecentChangesAnswer {
 // files or components, as group_by says.
 struct HotspotsAnswer {
   PeriodFields period{};
-  std::string group_by{};
   std::int64_t excluded_files = 0;
   std::variant<std::vector<FileHotspot>, std::vector<ComponentHotspot>> hotspots{};
   PageFields page{};
+
+  // "file" or "component", as the rows are.
+  std::string_view group_by() const { return hotspots.index() == 0 ? "file" : "component"; }
 
   bool operator==(const HotspotsAnswer&) const = default;
 };

@@ -58,22 +58,17 @@ HotspotsAnswer GitHistory::hotspots(const repository_changes::Repository& reposi
   const repository_changes::IndexedPaths facts = detail::index_facts(n_.index, repository.db, kept);
   if (options.source_only) detail::drop_non_source(kept, n_.filters, facts);
   HotspotsAnswer answer{.period = detail::period_fields(options.since, log),
-                        .group_by = options.group_by,
                         .excluded_files = static_cast<std::int64_t>(existing - kept.size())};
   std::int64_t total = static_cast<std::int64_t>(kept.size());
-  std::size_t shown = 0;
   if (options.group_by == "component") {
     std::sort(kept.begin(), kept.end(), busiest_first);
     const std::vector<ComponentHotspot> ranked = detail::component_rows(kept, facts);
     total = static_cast<std::int64_t>(ranked.size());
-    auto rows = detail::page(ranked, options.limit, options.offset);
-    shown = rows.size();
-    answer.hotspots = std::move(rows);
+    answer.hotspots = detail::page(ranked, options.limit, options.offset);
   } else {
-    auto rows = file_page(kept, facts, options.limit, options.offset);
-    shown = rows.size();
-    answer.hotspots = std::move(rows);
+    answer.hotspots = file_page(kept, facts, options.limit, options.offset);
   }
+  const auto shown = std::visit([](const auto& rows) { return rows.size(); }, answer.hotspots);
   answer.page =
       detail::page_fields(total, options.limit, options.offset, static_cast<std::int64_t>(shown));
   return answer;
