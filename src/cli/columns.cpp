@@ -21,13 +21,13 @@ CellValue added(std::int64_t value) {
 CellValue deleted(std::int64_t value) {
   return {.kind = CellKind::kDeleted, .text = value == 0 ? "0" : fmt::format("-{}", value)};
 }
-CellValue risk(double value) {
-  return {.kind = CellKind::kRisk, .text = fmt::format("{:.2f}", value), .risk = value};
+// A risk or a degree: a fraction of 1, two places.
+CellValue fraction(CellKind kind, double value) {
+  return {.kind = kind, .text = fmt::format("{:.2f}", value), .risk = value};
 }
+CellValue risk(double value) { return fraction(CellKind::kRisk, value); }
+CellValue degree(double value) { return fraction(CellKind::kDegree, value); }
 CellValue status(const std::string& text) { return {.kind = CellKind::kStatus, .text = text}; }
-CellValue degree(double value) {
-  return {.kind = CellKind::kDegree, .text = fmt::format("{:.2f}", value), .risk = value};
-}
 
 constexpr ColumnSpec<gh::DiffRow> kDiffColumns[] = {
     {"File", Align::kLeft,

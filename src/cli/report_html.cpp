@@ -137,13 +137,12 @@ std::string html_cell(const CellValue& value) {
     case CellKind::kStatus:
       return fmt::format("<td><span class=\"status {0}\">{0}</span>", text);
     case CellKind::kRisk:
-      return fmt::format(
-          R"(<td class="risk"><span class="bar"><span style="width:{:.0f}%;background:{}"></span></span>{})",
-          value.risk * 100, risk_colour(value.risk), text);
     case CellKind::kDegree:
       return fmt::format(
           R"(<td class="risk"><span class="bar"><span style="width:{:.0f}%;background:{}"></span></span>{})",
-          value.risk * 100, degree_colour(value.risk), text);
+          value.risk * 100,
+          value.kind == CellKind::kRisk ? risk_colour(value.risk) : degree_colour(value.risk),
+          text);
     case CellKind::kTime:
       return "<td class=\"num\">" + date_minute_text(value.time);
     case CellKind::kText:
