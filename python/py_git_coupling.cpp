@@ -7,7 +7,6 @@
 #include <string_view>
 #include <utility>
 
-#include "lomarind/workers/git_history/answer_json.h"
 #include "lomarind/workers/git_history/coupling.h"
 #include "py_bindings.h"
 #include "py_convert.h"
@@ -33,17 +32,6 @@ double degree_of(py::handle value) {
   const double degree = PyFloat_AsDouble(value.ptr());
   if (degree == -1.0 && PyErr_Occurred()) throw py::error_already_set();
   return degree;
-}
-
-// Runs `ask` over the neighbours the Python side chose and returns its
-// answer as Python values.
-template <typename Ask>
-py::object answer(const py::module_& host, bool own, const py::object& repository,
-                  const py::object& repo_root, Ask ask) {
-  CallNeighbours n(host, own, repo_root, repository.attr("db"));
-  const std::filesystem::path root = to_path(repo_root);
-  return n.answer([&] { return ask(n.history(), n.repository(), root); },
-                  [](const Json& answer) { return json_to_python(answer); });
 }
 
 py::object change_coupling(const py::module_& host, bool own, const py::object& repository,
@@ -79,11 +67,11 @@ py::object change_coupling(const py::module_& host, bool own, const py::object& 
   } catch (const git_history::GitHistoryError& error) {
     raise_history_error(host, error);
   }
-  return answer(
+  return python_answer(
       host, own, repository, repo_root,
       [&](const git_history::GitHistory& history, const repository_changes::Repository& index,
           const std::filesystem::path& root) {
-        return git_history::to_json(history.change_coupling(index, root, options));
+        return history.change_coupling(index, root, options);
       });
 }
 
@@ -95,11 +83,11 @@ py::object missing_partners(const py::module_& host, bool own, const py::object&
       .head_branch = to_optional_bytes(head_branch, "head_branch"),
       .since = to_bytes(since, "since"),
       .source_only = source_only};
-  return answer(
+  return python_answer(
       host, own, repository, repo_root,
       [&](const git_history::GitHistory& history, const repository_changes::Repository& index,
           const std::filesystem::path& root) {
-        return git_history::to_json(history.missing_partners(index, root, options));
+        return history.missing_partners(index, root, options);
       });
 }
 

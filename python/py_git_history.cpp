@@ -25,18 +25,17 @@ py::object answer(Answer (gh::GitHistory::*ask)(const repository_changes::Reposi
                                                 const std::filesystem::path&, const Options&) const,
                   const py::module_& host, bool own, const py::object& repository,
                   const py::object& repo_root, const Options& options, bool hint) {
-  CallNeighbours n(host, own, repo_root, repository.attr("db"));
-  const std::filesystem::path root = to_path(repo_root);
-  return n.answer(
-      [&] {
-        Answer answer = (n.history().*ask)(n.repository(), root, options);
+  return python_answer(
+      host, own, repository, repo_root,
+      [&](const gh::GitHistory& history, const repository_changes::Repository& index,
+          const std::filesystem::path& root) {
+        Answer answer = (history.*ask)(index, root, options);
         if (!hint) {
           answer.page.next_offset.reset();
           answer.page.hint.reset();
         }
         return answer;
-      },
-      json_of<Answer>);
+      });
 }
 
 py::object recent_changes(const py::module_& host, bool own, const py::object& repository,

@@ -15,7 +15,9 @@
 #include "lomarind/storage/repository_changes.h"
 #include "lomarind/utils/git_utils.h"
 #include "lomarind/utils/logging.h"
+#include "lomarind/workers/git_history/answer_json.h"
 #include "lomarind/workers/git_history/git_history.h"
+#include "py_convert.h"
 #include "py_interrupt.h"
 
 namespace lomarind::python {
@@ -69,6 +71,18 @@ class CallNeighbours {
   std::atomic<bool> stop_{false};  // raised by a signal while git runs
   std::unique_ptr<Parts> parts_;
 };
+
+// Runs `ask(history, repository, root)` over the neighbours the Python side
+// chose for `repository` and `repo_root`, and returns its answer as the
+// plain Python values its JSON form holds.
+template <typename Ask>
+py::object python_answer(const py::module_& host, bool own, const py::object& repository,
+                         const py::object& repo_root, Ask ask) {
+  CallNeighbours n(host, own, repo_root, repository.attr("db"));
+  const std::filesystem::path root = to_path(repo_root);
+  return n.answer([&] { return ask(n.history(), n.repository(), root); },
+                  [](const auto& answer) { return json_to_python(git_history::to_json(answer)); });
+}
 
 // Raises the module's GitHistoryError for `error`, with `cause` (a Python
 // exception, or None) as its __cause__; throws error_already_set.
