@@ -75,8 +75,15 @@ void ConfigWalk::visit(const fs::path& file, const std::string& role, int depth)
   if (depth > kMaxIncludeDepth || !fs::is_regular_file(file, error)) return;
   const bool protected_scope = scope_ == Scope::kProtected;
   for (const ConfigEntry& entry : parse_git_config(file_text(file))) {
-    if (!entry.value) {
-      if (protected_scope && is(entry, "safe", "directory")) safe_directories_.clear();
+    if (protected_scope && is(entry, "safe", "directory")) {
+      // An empty entry, or one without a value, empties the list.
+      if (entry.value && !entry.value->empty()) {
+        safe_directories_.push_back(*entry.value);
+      } else {
+        safe_directories_.clear();
+      }
+    } else if (!entry.value) {
+      continue;
     } else if (is(entry, "include", "path") || (!protected_scope && is_include_if(entry))) {
       // A relative include is relative to the file that names it.
       visit(file.parent_path() / expand(*entry.value),
@@ -84,12 +91,6 @@ void ConfigWalk::visit(const fs::path& file, const std::string& role, int depth)
     } else if (!protected_scope && is(entry, "core", "attributesfile")) {
       // git reads it from the top of the work tree, where it runs.
       attributes_file_ = work_tree_ / expand(*entry.value);
-    } else if (protected_scope && is(entry, "safe", "directory")) {
-      if (entry.value->empty()) {
-        safe_directories_.clear();
-      } else {
-        safe_directories_.push_back(*entry.value);
-      }
     }
   }
 }
