@@ -6,6 +6,8 @@
 #include <string_view>
 #include <system_error>
 
+#include "lomarind/process/blocked_signals.h"
+#include "lomarind/process/blocked_signals.h"
 #include "lomarind/utils/git_utils.h"
 
 namespace lomarind::git_utils {
@@ -59,11 +61,11 @@ std::string diff_config(const GitRunner& git, const std::filesystem::path& repo_
 DiffSettings read_diff_settings(const GitRunner& git, const std::filesystem::path& repo_root) {
   // Small commands at once: each costs more in start-up than in work. A
   // new git may detect renames or count lines differently.
-  std::future<std::string> version = std::async(
-      std::launch::async, [&git, &repo_root] { return git.run_checked(repo_root, {"version"}); });
+  std::future<std::string> version =
+      start_thread([&git, &repo_root] { return git.run_checked(repo_root, {"version"}); });
   std::future<std::string> config =
-      std::async(std::launch::async, [&git, &repo_root] { return diff_config(git, repo_root); });
-  std::future<std::string> replace_refs = std::async(std::launch::async, [&git, &repo_root] {
+      start_thread([&git, &repo_root] { return diff_config(git, repo_root); });
+  std::future<std::string> replace_refs = start_thread([&git, &repo_root] {
     return git.run_checked(repo_root,
                            {"for-each-ref", "--format=%(refname) %(objectname)", "refs/replace/"});
   });

@@ -185,14 +185,11 @@ std::vector<CommitChanges> GitCli::read_commit_changes(
   const std::size_t slices = slice_count(commits.size());
   const std::size_t per_slice = (commits.size() + slices - 1) / std::max<std::size_t>(slices, 1);
   std::vector<std::future<std::vector<CommitChanges>>> reads;
-  {
-    const BlockedSignals held;  // the slices' threads leave the host's signals to it
-    for (std::size_t first = 0; first < commits.size(); first += per_slice) {
-      std::span<const std::string> slice(commits.data() + first,
-                                         std::min(per_slice, commits.size() - first));
-      reads.push_back(std::async(
-          std::launch::async, [this, &repo_root, slice] { return read_slice(repo_root, slice); }));
-    }
+  for (std::size_t first = 0; first < commits.size(); first += per_slice) {
+    std::span<const std::string> slice(commits.data() + first,
+                                       std::min(per_slice, commits.size() - first));
+    reads.push_back(
+        start_thread([this, &repo_root, slice] { return read_slice(repo_root, slice); }));
   }
   std::vector<CommitChanges> all;
   all.reserve(commits.size());

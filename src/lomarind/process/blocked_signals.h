@@ -6,6 +6,9 @@
 
 #include <signal.h>
 
+#include <future>
+#include <utility>
+
 namespace lomarind {
 
 // Blocks SIGINT, SIGTERM, SIGHUP and SIGQUIT on the calling thread for its
@@ -23,5 +26,14 @@ class BlockedSignals {
  private:
   sigset_t previous_;
 };
+
+// Runs `work` on a thread of its own that never takes a signal meant to
+// end the program: a host handles those on its own threads, and a program
+// that holds them while it writes a file must not be ended from here.
+template <typename Work>
+auto start_thread(Work&& work) {
+  const BlockedSignals held;
+  return std::async(std::launch::async, std::forward<Work>(work));
+}
 
 }  // namespace lomarind

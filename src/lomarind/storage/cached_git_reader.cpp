@@ -29,16 +29,6 @@ std::optional<std::string> failure_of(Step&& step) {
   return std::nullopt;
 }
 
-// Runs `work` on a thread of its own that never takes a signal meant to
-// end the program: a host handles those on its own threads, and a program
-// that holds them while it writes a file (a report beside its temporary
-// copy) must not be ended from here meanwhile.
-template <typename Work>
-auto start_thread(Work&& work) {
-  const BlockedSignals held;
-  return std::async(std::launch::async, std::forward<Work>(work));
-}
-
 // A period this long names most of the paths the cache holds: asking git
 // for all of them while it still lists saves waiting for the period's own
 // afterwards.
