@@ -7,7 +7,6 @@
 #include <system_error>
 
 #include "lomarind/process/blocked_signals.h"
-#include "lomarind/process/blocked_signals.h"
 #include "lomarind/utils/git_utils.h"
 
 namespace lomarind::git_utils {
